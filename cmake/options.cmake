@@ -1,0 +1,37 @@
+# Compiler and linker flags, gathered in one interface target that every target links.
+add_library(qv_options INTERFACE)
+target_include_directories(qv_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_options(qv_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+  -ffunction-sections -fdata-sections)
+
+if(QV_WERROR)
+  target_compile_options(qv_options INTERFACE -Werror)
+endif()
+
+if(QV_SANITIZE)
+  target_compile_options(qv_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+if(QV_LTO)
+  include(CheckIPOSupported)
+  check_ipo_supported(RESULT QV_LTO_WORKS OUTPUT QV_LTO_WHY)
+  if(QV_LTO_WORKS)
+    set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
+  else()
+    message(STATUS "link-time optimisation is off: ${QV_LTO_WHY}")
+  endif()
+endif()
+
+# Start-up is the product's speed: on Linux the C++ runtime goes into the program,
+# and what nothing calls is left out.
+if(CMAKE_SYSTEM_NAME STREQUAL "Darwin")
+  target_link_options(qv_options INTERFACE -Wl,-dead_strip)
+else()
+  target_link_options(qv_options INTERFACE -Wl,--gc-sections)
+  if(NOT QV_SANITIZE)
+    target_link_options(qv_options INTERFACE -static-libstdc++ -static-libgcc)
+  endif()
+endif()

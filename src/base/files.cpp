@@ -1,0 +1,75 @@
+#include "base/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "base/descriptor.h"
+#include "base/io.h"
+
+namespace qv::files {
+
+namespace {
+
+constexpr off_t kLargestFile = off_t{64} << 20;
+
+std::optional<struct stat> status_of(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+  return status;
+}
+
+}  // namespace
+
+std::optional<std::string> read(const std::string& path) {
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!file.valid() || ::fstat(file.get(), &status) != 0) return std::nullopt;
+  if (!S_ISREG(status.st_mode) || status.st_size > kLargestFile) return std::nullopt;
+  return io::read_to_end(file.get(), static_cast<std::size_t>(kLargestFile));
+}
+
+bool replace(const std::string& path, std::string_view bytes) {
+  const std::string fresh = path + "." + std::to_string(::getpid()) + ".tmp";
+  ::unlink(fresh.c_str());
+  Descriptor file(::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!file.valid()) return false;
+  const bool written = io::write_all(file.get(), bytes) && ::fchmod(file.get(), 0600) == 0;
+  const bool closed = ::close(file.release()) == 0;
+  if (written && closed && ::rename(fresh.c_str(), path.c_str()) == 0) return true;
+  ::unlink(fresh.c_str());
+  return false;
+}
+
+bool make_private_directories(const std::string& path) {
+  if (is_directory(path)) return true;
+  for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
+       slash = path.find('/', slash + 1)) {
+    ::mkdir(path.substr(0, slash).c_str(), 0700);
+  }
+  ::mkdir(path.c_str(), 0700);
+  return is_directory(path);
+}
+
+bool exists(const std::string& path) { return status_of(path).has_value(); }
+
+bool is_directory(const std::string& path) {
+  const auto status = status_of(path);
+  return status && S_ISDIR(status->st_mode);
+}
+
+std::string directory_of(std::string_view path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string_view::npos) return ".";
+  return std::string(path.substr(0, slash == 0 ? 1 : slash));
+}
+
+std::string_view name_of(std::string_view path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string_view::npos ? path : path.substr(slash + 1);
+}
+
+}  // namespace qv::files

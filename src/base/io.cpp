@@ -1,0 +1,51 @@
+#include "base/io.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace qv::io {
+
+std::optional<std::string> read_to_end(int fd, std::size_t limit) {
+  std::string bytes;
+  std::size_t used = 0;
+  for (;;) {
+    if (used == bytes.size()) bytes.resize(std::max<std::size_t>(4096, used * 2));
+    const ssize_t count = ::read(fd, bytes.data() + used, bytes.size() - used);
+    if (count < 0) {
+      if (errno == EINTR) continue;
+      return std::nullopt;
+    }
+    if (count == 0) break;
+    used += static_cast<std::size_t>(count);
+    if (used > limit) return std::nullopt;
+  }
+  bytes.resize(used);
+  return bytes;
+}
+
+bool write_all(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(fd, bytes.data(), bytes.size());
+    if (count > 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    } else if (count < 0 && errno == EAGAIN) {
+      pollfd ready{fd, POLLOUT, 0};
+      ::poll(&ready, 1, -1);
+    } else if (count == 0 || errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void occupy_standard_descriptors() {
+  for (int fd = 0; fd <= 2; ++fd) {
+    if (::fcntl(fd, F_GETFD) < 0 && errno == EBADF) ::open("/dev/null", O_RDWR);
+  }
+}
+
+}  // namespace qv::io

@@ -1,0 +1,33 @@
+#include "base/output.h"
+
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "base/io.h"
+#include "base/text.h"
+
+namespace qv {
+
+void OutputStream::write_line(std::string_view text) {
+  if (error_ != 0) return;
+  std::string visible;
+  if (::isatty(fd_) == 1) {
+    visible = text::with_visible_controls(text);
+    text = visible;
+  }
+  char line_feed = '\n';
+  iovec parts[2] = {{const_cast<char*>(text.data()), text.size()}, {&line_feed, 1}};
+  const ssize_t count = ::writev(fd_, parts, 2);
+  if (count < 0 && errno != EINTR && errno != EAGAIN) {
+    error_ = errno;
+    return;
+  }
+  const std::size_t written = count < 0 ? 0 : static_cast<std::size_t>(count);
+  if (written > text.size()) return;
+  if (!io::write_all(fd_, text.substr(written)) || !io::write_all(fd_, "\n")) error_ = errno;
+}
+
+}  // namespace qv

@@ -1,0 +1,234 @@
+// Everything that asks "how many characters", "is this a letter", "where does white
+// space end" asks it here, in the Unicode sense. Nearly all text is ASCII, so each
+// question has a path that never leaves the byte, and utf8proc answers the rest.
+
+#include "base/text.h"
+
+#include <utf8proc.h>
+
+#include <charconv>
+#include <cstdint>
+
+namespace qv::text {
+
+namespace {
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+bool is_ascii(char c) { return static_cast<unsigned char>(c) < 0x80; }
+
+// Decodes the code point at `position`; the length is 0 where the bytes are malformed.
+struct CodePoint {
+  utf8proc_int32_t value = 0;
+  std::size_t length = 0;
+};
+
+CodePoint code_point_at(std::string_view text, std::size_t position) {
+  CodePoint point;
+  const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data()) + position;
+  const auto length =
+      utf8proc_iterate(bytes, static_cast<utf8proc_ssize_t>(text.size() - position), &point.value);
+  point.length = length > 0 ? static_cast<std::size_t>(length) : 0;
+  return point;
+}
+
+std::size_t last_code_point_start(std::string_view text) {
+  std::size_t start = text.size() - 1;
+  while (start > 0 && (static_cast<unsigned char>(text[start]) & 0xC0U) == 0x80U) --start;
+  return start;
+}
+
+bool is_space(utf8proc_int32_t point) {
+  if (point < 0x80) return point == ' ' || (point >= '\t' && point <= '\r');
+  const auto category = utf8proc_category(point);
+  return point == 0x85 || category == UTF8PROC_CATEGORY_ZS || category == UTF8PROC_CATEGORY_ZL ||
+         category == UTF8PROC_CATEGORY_ZP;
+}
+
+bool is_letter_or_digit(utf8proc_int32_t point) {
+  switch (utf8proc_category(point)) {
+    case UTF8PROC_CATEGORY_LU:
+    case UTF8PROC_CATEGORY_LL:
+    case UTF8PROC_CATEGORY_LT:
+    case UTF8PROC_CATEGORY_LM:
+    case UTF8PROC_CATEGORY_LO:
+    case UTF8PROC_CATEGORY_ND: return true;
+    default: return false;
+  }
+}
+
+template <class Map>
+std::string mapped(std::string_view text, Map map) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size();) {
+    const CodePoint point = code_point_at(text, i);
+    if (point.length == 0) {
+      out += text[i++];
+      continue;
+    }
+    utf8proc_uint8_t bytes[4];
+    const auto length = utf8proc_encode_char(map(point.value), bytes);
+    out.append(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length));
+    i += point.length;
+  }
+  return out;
+}
+
+}  // namespace
+
+bool is_utf8(std::string_view bytes) {
+  for (std::size_t i = 0; i < bytes.size();) {
+    if (is_ascii(bytes[i])) {
+      ++i;
+      continue;
+    }
+    const std::size_t length = code_point_at(bytes, i).length;
+    if (length == 0) return false;
+    i += length;
+  }
+  return true;
+}
+
+std::string repaired(std::string_view bytes) {
+  std::string out;
+  out.reserve(bytes.size());
+  for (std::size_t i = 0; i < bytes.size();) {
+    const std::size_t length = is_ascii(bytes[i]) ? 1 : code_point_at(bytes, i).length;
+    out += length == 0 ? kReplacement : bytes.substr(i, length);
+    i += length == 0 ? 1 : length;
+  }
+  return out;
+}
+
+std::string_view Characters::next() {
+  const std::size_t start = position_;
+  if (start >= text_.size()) return {};
+  const bool alone = start + 1 >= text_.size() || is_ascii(text_[start + 1]);
+  if (is_ascii(text_[start]) && alone && text_[start] != '\r') {
+    return text_.substr(position_++, 1);
+  }
+  CodePoint point = code_point_at(text_, start);
+  position_ += point.length == 0 ? 1 : point.length;
+  utf8proc_int32_t state = 0;
+  while (point.length > 0 && position_ < text_.size()) {
+    const CodePoint following = code_point_at(text_, position_);
+    if (following.length == 0) break;
+    if (utf8proc_grapheme_break_stateful(point.value, following.value, &state)) break;
+    position_ += following.length;
+    point = following;
+  }
+  return text_.substr(start, position_ - start);
+}
+
+std::size_t count_characters(std::string_view text) {
+  Characters characters(text);
+  std::size_t count = 0;
+  while (!characters.next().empty()) ++count;
+  return count;
+}
+
+std::string_view first_characters(std::string_view text, std::size_t count) {
+  if (text.size() <= count) return text;
+  Characters characters(text);
+  for (std::size_t i = 0; i < count; ++i) {
+    if (characters.next().empty()) break;
+  }
+  return text.substr(0, characters.position());
+}
+
+std::string_view trimmed(std::string_view text) {
+  while (!text.empty()) {
+    const CodePoint point = code_point_at(text, 0);
+    if (point.length == 0 || !is_space(point.value)) break;
+    text.remove_prefix(point.length);
+  }
+  while (!text.empty()) {
+    const std::size_t start = last_code_point_start(text);
+    const CodePoint point = code_point_at(text, start);
+    if (point.length == 0 || !is_space(point.value)) break;
+    text.remove_suffix(text.size() - start);
+  }
+  return text;
+}
+
+std::vector<std::string_view> split(std::string_view text, char separator) {
+  std::vector<std::string_view> pieces;
+  for (;;) {
+    const std::size_t end = text.find(separator);
+    pieces.push_back(text.substr(0, end));
+    if (end == std::string_view::npos) return pieces;
+    text.remove_prefix(end + 1);
+  }
+}
+
+std::string lowered(std::string_view text) { return mapped(text, utf8proc_tolower); }
+
+std::string uppered(std::string_view text) { return mapped(text, utf8proc_toupper); }
+
+bool equal_ignoring_case(std::string_view a, std::string_view b) {
+  return a == b || lowered(a) == lowered(b);
+}
+
+std::string padded(std::string_view text, std::size_t width) {
+  std::string out(text);
+  const std::size_t count = count_characters(text);
+  if (count < width) out.append(width - count, ' ');
+  return out;
+}
+
+std::string letters_digits_hyphens(std::string_view text) {
+  std::string out;
+  Characters characters(text);
+  for (auto character = characters.next(); !character.empty(); character = characters.next()) {
+    const CodePoint point = code_point_at(character, 0);
+    if (character == "-" || (point.length > 0 && is_letter_or_digit(point.value))) out += character;
+  }
+  return out;
+}
+
+std::string with_visible_controls(std::string_view text) {
+  constexpr char kHex[] = "0123456789ABCDEF";
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const auto following = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+    if ((byte < 0x20 && byte != '\n' && byte != '\t') || byte == 0x7F) {
+      out += '^';
+      out += static_cast<char>(byte ^ 0x40U);
+    } else if (byte == 0xC2 && following >= 0x80 && following < 0xA0) {
+      out += "<U+00";
+      out += kHex[following >> 4U];
+      out += kHex[following & 0xFU];
+      out += '>';
+      ++i;
+    } else {
+      out += text[i];
+    }
+  }
+  return out;
+}
+
+std::optional<std::int64_t> whole_number(std::string_view text) {
+  if (text.starts_with('+')) {
+    text.remove_prefix(1);
+    if (text.starts_with('-')) return std::nullopt;
+  }
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+std::string indented(std::string_view lines, std::string_view prefix) {
+  std::string out;
+  for (const std::string_view line : split(lines, '\n')) {
+    if (!out.empty()) out += '\n';
+    out += prefix;
+    out += line;
+  }
+  return out;
+}
+
+}  // namespace qv::text

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Text is UTF-8, and a character is a grapheme cluster: what a person sees as one.
+namespace qv::text {
+
+[[nodiscard]] bool is_utf8(std::string_view bytes);
+
+// The bytes with every malformed sequence replaced by U+FFFD.
+[[nodiscard]] std::string repaired(std::string_view bytes);
+
+// Walks a valid UTF-8 text character by character; ASCII takes a fast path.
+class Characters {
+ public:
+  explicit Characters(std::string_view text) : text_(text) {}
+  // The next character's bytes; empty at the end.
+  std::string_view next();
+  // Bytes consumed so far.
+  [[nodiscard]] std::size_t position() const { return position_; }
+
+ private:
+  std::string_view text_;
+  std::size_t position_ = 0;
+};
+
+[[nodiscard]] std::size_t count_characters(std::string_view text);
+
+// The first `count` characters, or all of a shorter text.
+[[nodiscard]] std::string_view first_characters(std::string_view text, std::size_t count);
+
+// Without the white space and line breaks (in the Unicode sense) at both ends.
+[[nodiscard]] std::string_view trimmed(std::string_view text);
+
+// Pieces between separators, empty ones included; an empty text is one empty piece.
+[[nodiscard]] std::vector<std::string_view> split(std::string_view text, char separator);
+
+[[nodiscard]] std::string lowered(std::string_view text);
+[[nodiscard]] std::string uppered(std::string_view text);
+[[nodiscard]] bool equal_ignoring_case(std::string_view a, std::string_view b);
+
+// Blanks added on the right until the text is `width` characters wide.
+[[nodiscard]] std::string padded(std::string_view text, std::size_t width);
+
+// Only the characters that are letters, decimal digits or the hyphen.
+[[nodiscard]] std::string letters_digits_hyphens(std::string_view text);
+
+// Control characters other than line feed and tab made visible: ^[ for escape, ^? for
+// delete, <U+0085> for the C1 range. What peers wrote must not drive a terminal.
+[[nodiscard]] std::string with_visible_controls(std::string_view text);
+
+// An optional sign and decimal digits, nothing else; absent outside 64 bits.
+[[nodiscard]] std::optional<std::int64_t> whole_number(std::string_view text);
+
+// The elements (anything that converts to a string_view) with `separator` between them.
+template <class List>
+[[nodiscard]] std::string joined(const List& list, std::string_view separator) {
+  std::string out;
+  bool first = true;
+  for (const auto& element : list) {
+    if (!first) out += separator;
+    out += element;
+    first = false;
+  }
+  return out;
+}
+
+// The lines of a text, each behind `prefix`.
+[[nodiscard]] std::string indented(std::string_view lines, std::string_view prefix);
+
+}  // namespace qv::text
