@@ -35,7 +35,8 @@ std::optional<std::string> read(const std::string& path) {
 bool replace(const std::string& path, std::string_view bytes) {
   const std::string fresh = path + "." + std::to_string(::getpid()) + ".tmp";
   ::unlink(fresh.c_str());
-  Descriptor file(::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  Descriptor file(
+      ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!file.valid()) return false;
   const bool written = io::write_all(file.get(), bytes) && ::fchmod(file.get(), 0600) == 0;
   const bool closed = ::close(file.release()) == 0;
@@ -59,6 +60,12 @@ bool exists(const std::string& path) { return status_of(path).has_value(); }
 bool is_directory(const std::string& path) {
   const auto status = status_of(path);
   return status && S_ISDIR(status->st_mode);
+}
+
+bool is_own_directory(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+         status.st_uid == ::geteuid();
 }
 
 std::string directory_of(std::string_view path) {
