@@ -129,7 +129,9 @@ class Parser {
     }
   }
 
+  // Whoever asks for help is often the one who does not know what is required.
   void check_required() {
+    if (parsed_.wantsHelp) return;
     std::vector<std::string> missing;
     for (const Flag& flag : verb_.flags) {
       if (flag.required && !parsed_.box.has(flag.name)) {
