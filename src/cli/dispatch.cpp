@@ -15,6 +15,7 @@
 #include "cli/exit_code.h"
 #include "cli/help.h"
 #include "cli/verb_table.h"
+#include "waiting/wait_command.h"
 
 namespace qv {
 
@@ -102,7 +103,8 @@ int run(const Arguments& arguments, CLIRuntime& runtime) {
     runtime.out(Help::brief());
     return status_of(ExitCode::ok);
   }
-  if (first == "whoami" || first == "join" || first == "wait" || first == "secret") {
+  if (first == "wait") return status_of(waiting::run(rest_of(arguments), runtime));
+  if (first == "whoami" || first == "join" || first == "secret") {
     return status_of(not_built_yet(arguments.front(), runtime));
   }
   const Group* group = VerbTable::group(first);
