@@ -16,7 +16,7 @@ std::string out_of_range(std::int64_t first, std::int64_t limit, std::int64_t to
   };
   if (first < 1) return flag(names.offset, first) + " is out of range, lines count from 1";
   if (limit < 1) return flag(names.limit, limit) + " is out of range, a page has 1 line at least";
-  if (first <= total) return "";
+  if (first <= total || (first == 1 && total == 0)) return "";
   return flag(names.offset, first) + " is past the last of " + std::to_string(total) + " " +
          std::string(names.lines);
 }
@@ -27,16 +27,18 @@ Cut cut(std::vector<std::string_view> lines, const Page& page, const PageNames& 
   const auto total = static_cast<std::int64_t>(lines.size());
   const std::int64_t first = page.offset.value_or(1);
   const std::int64_t limit = page.limit.value_or(std::max<std::int64_t>(total, 1));
-  if (!page.asked() || (total == 0 && !page.offset)) return {std::move(lines), "", ""};
-  if (std::string problem = out_of_range(first, limit, total, names); !problem.empty()) {
-    return {{}, std::move(problem), ""};
-  }
-  const std::int64_t last = limit > total - first ? total : first + limit - 1;
   Cut result;
+  if (!page.asked()) {
+    result.lines = std::move(lines);
+    return result;
+  }
+  result.problem = out_of_range(first, limit, total, names);
+  if (!result.problem.empty()) return result;
+  const std::int64_t last = limit > total - first ? total : first + limit - 1;
   result.lines.assign(lines.begin() + (first - 1), lines.begin() + last);
   if (first == 1 && last == total) return result;
-  result.note = std::string(names.lines) + " " + std::to_string(first) + "–" +
-                std::to_string(last) + " of " + std::to_string(total);
+  result.shown = std::string(names.lines) + " " + std::to_string(first) + "–" +
+                 std::to_string(last) + " of " + std::to_string(total);
   if (last < total) {
     result.next = " --" + std::string(names.offset) + " " + std::to_string(last + 1);
     if (page.limit) result.next += " --" + std::string(names.limit) + " " + std::to_string(limit);
@@ -51,15 +53,17 @@ std::vector<std::string_view> lines_of(std::string_view text) {
 }
 
 std::string closing_line(const std::vector<Cut>& cuts, std::string_view command) {
-  std::vector<std::string> notes;
+  std::vector<std::string> shown;
+  std::string problems;
   std::string next;
   for (const Cut& cut : cuts) {
-    if (!cut.note.empty()) notes.push_back(cut.note);
+    if (!cut.shown.empty()) shown.push_back(cut.shown);
+    if (!cut.problem.empty()) problems += cut.problem + ". ";
     next += cut.next;
   }
-  if (notes.empty()) return "";
-  return "(Shown: " + text::joined(notes, "; ") + ". `" + std::string(command) + next +
-         "` shows the rest.)";
+  if (shown.empty() && problems.empty()) return "";
+  return "(" + (shown.empty() ? "" : "Shown: " + text::joined(shown, "; ") + ". ") + problems +
+         "`" + std::string(command) + next + "` shows the rest.)";
 }
 
 }  // namespace qv::board

@@ -25,11 +25,12 @@ struct PageNames {
 
 struct Cut {
   std::vector<std::string_view> lines;
-  std::string note;  // what is shown and what is not; empty when nothing was left out
-  std::string next;  // the flags that show what follows; empty when nothing does
+  std::string shown;    // which of how many; empty when nothing was left out
+  std::string problem;  // why the page holds nothing; empty when it holds something
+  std::string next;     // the flags that show what follows; empty when nothing does
 };
 
-// The lines of `page`. A page outside the text holds none, and its note says why.
+// The lines of `page`. A page outside the text holds none, and its problem says why.
 [[nodiscard]] Cut cut(std::vector<std::string_view> lines, const Page& page,
                       const PageNames& names);
 
@@ -37,7 +38,7 @@ struct Cut {
 // has none.
 [[nodiscard]] std::vector<std::string_view> lines_of(std::string_view text);
 
-// One line that gives the notes and the exact command that shows the rest; empty when
+// One line that says what was cut and gives the exact command that shows the rest; empty when
 // nothing was left out.
 [[nodiscard]] std::string closing_line(const std::vector<Cut>& cuts, std::string_view command);
 

@@ -44,7 +44,8 @@ std::string roster(const TeamworkResponse& response) {
 }
 
 std::string with_closing_line(std::string body, const std::string& closing) {
-  return closing.empty() ? body : body + "\n\n" + closing;
+  if (body.empty() || closing.empty()) return body + closing;
+  return body + "\n\n" + closing;
 }
 
 std::string task_page(const TeamworkTask& task, const View& view) {
