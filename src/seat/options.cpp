@@ -6,6 +6,8 @@ namespace qv::seat {
 
 namespace {
 
+bool is_help(std::string_view argument) { return argument == "--help" || argument == "-h"; }
+
 // As everywhere on the command line, "-" alone and "-5x" are words.
 bool is_option(std::string_view argument) {
   return argument.starts_with("--") || (argument.starts_with('-') && argument.size() == 2);
@@ -16,9 +18,9 @@ bool is_option(std::string_view argument) {
 Options parse_options(const std::vector<std::string>& arguments,
                       std::span<const std::string_view> named) {
   Options options;
+  options.wantsHelp = std::ranges::any_of(arguments, is_help);
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
-    if (argument == "--help" || argument == "-h") options.wantsHelp = true;
     if (!is_option(argument)) {
       options.words.push_back(argument);
       continue;

@@ -23,7 +23,8 @@ struct Options {
 };
 
 // An option in `named` takes a name: behind "=", or the next argument unless that begins
-// with "--", so that a forgotten name never swallows an option.
+// with "--", so that a forgotten name never swallows an option. Help is asked for by
+// "--help" or "-h" anywhere, even where a name stands.
 [[nodiscard]] Options parse_options(const std::vector<std::string>& arguments,
                                     std::span<const std::string_view> named);
 
