@@ -18,8 +18,8 @@ int main(int argc, char** argv) {
 
   qv::OutputStream standard_output(1);
   qv::OutputStream standard_error(2);
-  qv::CLIRuntime runtime([&](std::string_view text) { standard_output.write_line(text); },
-                         [&](std::string_view text) { standard_error.write_line(text); });
+  qv::CLIRuntime runtime([&](std::string_view text) { return standard_output.write_line(text); },
+                         [&](std::string_view text) { return standard_error.write_line(text); });
   const int status = qv::run(arguments, runtime);
 
   if (standard_output.error() == 0) return status;

@@ -19,6 +19,7 @@
 #include "seat/join.h"
 #include "seat/secret.h"
 #include "seat/whoami.h"
+#include "waiting/wait_command.h"
 
 namespace qv {
 
@@ -42,11 +43,6 @@ std::string standard_input(CLIRuntime& runtime) {
   return "";
 }
 
-ExitCode not_built_yet(const std::string& command, CLIRuntime& runtime) {
-  runtime.err("qv " + command + ": not built yet.");
-  return ExitCode::unavailable;
-}
-
 ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& arguments,
                   CLIRuntime& runtime) {
   const std::string command = "qv " + std::string(group.name) + " " + std::string(verb.name);
@@ -66,12 +62,8 @@ ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& argumen
   for (const std::string& flag : parsed.unknown) {
     runtime.err("qv: ignoring unknown flag --" + flag + ". " + help_hint);
   }
-  switch (group.bridge) {
-    case Bridge::teamwork: return board::run(verb, parsed.box, parsed.wantsJSON, runtime);
-    case Bridge::notes: return notes::run(verb, parsed.box, parsed.wantsJSON, runtime);
-    case Bridge::vault: break;
-  }
-  return not_built_yet(std::string(group.name), runtime);
+  const auto run_driver = group.bridge == Bridge::notes ? notes::run : board::run;
+  return run_driver(verb, parsed.box, parsed.wantsJSON, runtime);
 }
 
 ExitCode run_group(const Group& group, const Arguments& arguments, CLIRuntime& runtime) {
@@ -113,7 +105,7 @@ int run(const Arguments& typed, CLIRuntime& runtime) {
   }
   if (first == "whoami") return status_of(seat::whoami(rest_of(arguments), runtime));
   if (first == "join") return status_of(seat::join(rest_of(arguments), runtime));
-  if (first == "wait") return status_of(not_built_yet(arguments.front(), runtime));
+  if (first == "wait") return status_of(waiting::run(rest_of(arguments), runtime));
   const Group* group = VerbTable::group(first);
   if (group == nullptr) {
     runtime.err("qv: unknown command \"" + arguments.front() + "\". Run `qv --help` for the list.");
