@@ -1,5 +1,6 @@
 // The process entry. Nothing is looked up here that the command at hand may not need.
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -7,15 +8,13 @@
 
 #include "base/io.h"
 #include "base/output.h"
-#include "base/text.h"
 #include "cli/dispatch.h"
 #include "cli/exit_code.h"
 
 int main(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
 
-  std::vector<std::string> arguments;
-  for (int i = 1; i < argc; ++i) arguments.push_back(qv::text::repaired(argv[i]));
+  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
 
   qv::OutputStream standard_output(1);
   qv::OutputStream standard_error(2);

@@ -62,6 +62,11 @@ bool is_directory(const std::string& path) {
   return status && S_ISDIR(status->st_mode);
 }
 
+bool is_executable(const std::string& path) {
+  const auto status = status_of(path);
+  return status && S_ISREG(status->st_mode) && ::access(path.c_str(), X_OK) == 0;
+}
+
 bool is_own_directory(const std::string& path) {
   struct stat status {};
   return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&

@@ -23,6 +23,9 @@ bool make_private_directories(const std::string& path);
 [[nodiscard]] bool exists(const std::string& path);
 [[nodiscard]] bool is_directory(const std::string& path);
 
+// A regular file (or a link to one) that this user may run.
+[[nodiscard]] bool is_executable(const std::string& path);
+
 // A directory (not a link to one) that belongs to this user.
 [[nodiscard]] bool is_own_directory(const std::string& path);
 

@@ -15,6 +15,10 @@
 #include "cli/exit_code.h"
 #include "cli/help.h"
 #include "cli/verb_table.h"
+#include "notes/driver.h"
+#include "seat/join.h"
+#include "seat/secret.h"
+#include "seat/whoami.h"
 #include "waiting/wait_command.h"
 
 namespace qv {
@@ -39,11 +43,6 @@ std::string standard_input(CLIRuntime& runtime) {
   return "";
 }
 
-ExitCode not_built_yet(const std::string& command, CLIRuntime& runtime) {
-  runtime.err("qv " + command + ": not built yet.");
-  return ExitCode::unavailable;
-}
-
 ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& arguments,
                   CLIRuntime& runtime) {
   const std::string command = "qv " + std::string(group.name) + " " + std::string(verb.name);
@@ -63,12 +62,8 @@ ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& argumen
   for (const std::string& flag : parsed.unknown) {
     runtime.err("qv: ignoring unknown flag --" + flag + ". " + help_hint);
   }
-  switch (group.bridge) {
-    case Bridge::teamwork: return board::run(verb, parsed.box, parsed.wantsJSON, runtime);
-    case Bridge::notes:
-    case Bridge::vault: break;
-  }
-  return not_built_yet(std::string(group.name), runtime);
+  const auto run_driver = group.bridge == Bridge::notes ? notes::run : board::run;
+  return run_driver(verb, parsed.box, parsed.wantsJSON, runtime);
 }
 
 ExitCode run_group(const Group& group, const Arguments& arguments, CLIRuntime& runtime) {
@@ -89,7 +84,12 @@ ExitCode run_group(const Group& group, const Arguments& arguments, CLIRuntime& r
 
 }  // namespace
 
-int run(const Arguments& arguments, CLIRuntime& runtime) {
+int run(const Arguments& typed, CLIRuntime& runtime) {
+  // What the broker of secrets runs may name files in any bytes; the rest is text.
+  if (!typed.empty() && typed.front() == "secret") return seat::secret(rest_of(typed), runtime);
+  Arguments arguments;
+  for (const std::string& argument : typed) arguments.push_back(text::repaired(argument));
+
   const std::string_view first = arguments.empty() ? "help" : std::string_view(arguments.front());
   if (is_help_flag(first) || first == "help") {
     runtime.out(Help::top_level());
@@ -103,10 +103,9 @@ int run(const Arguments& arguments, CLIRuntime& runtime) {
     runtime.out(Help::brief());
     return status_of(ExitCode::ok);
   }
+  if (first == "whoami") return status_of(seat::whoami(rest_of(arguments), runtime));
+  if (first == "join") return status_of(seat::join(rest_of(arguments), runtime));
   if (first == "wait") return status_of(waiting::run(rest_of(arguments), runtime));
-  if (first == "whoami" || first == "join" || first == "secret") {
-    return status_of(not_built_yet(arguments.front(), runtime));
-  }
   const Group* group = VerbTable::group(first);
   if (group == nullptr) {
     runtime.err("qv: unknown command \"" + arguments.front() + "\". Run `qv --help` for the list.");

@@ -7,7 +7,8 @@
 
 namespace qv {
 
-// Runs one command line (without the program's name); gives the process status.
+// Runs one command line (the bytes as typed, without the program's name); gives the
+// process status.
 [[nodiscard]] int run(const std::vector<std::string>& arguments, CLIRuntime& runtime);
 
 }  // namespace qv

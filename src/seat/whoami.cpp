@@ -1,0 +1,130 @@
+// The board knows best who this terminal is, so it is asked whenever it can be, and what
+// it says is kept in the pane's record. The record answers only while the board cannot.
+
+#include "seat/whoami.h"
+
+#include <optional>
+#include <string_view>
+
+#include "base/files.h"
+#include "board/reply_rendering.h"
+#include "board/request.h"
+#include "bridge/complaints.h"
+#include "bridge/token.h"
+#include "bridge/transport.h"
+#include "notes/request.h"
+#include "notes/response.h"
+#include "seat/options.h"
+#include "seat/seat_report.h"
+
+namespace qv::seat {
+
+namespace {
+
+constexpr std::string_view kHelp =
+    "qv whoami — which Thread and seat this terminal is.\n"
+    "\n"
+    "USAGE\n"
+    "  qv whoami [--set <name>] [--json]\n"
+    "\n"
+    "FLAGS\n"
+    "  --set <text>  Set the name your board seat and notes are attributed to.";
+
+ExitCode set_name(const std::string& name, CLIRuntime& runtime) {
+  const CLIEnvironment& env = runtime.env();
+  MCPBridgeRequest request;
+  request.token = bridge_token(env.notesTokenFile, env.notesTokenSeed);
+  request.sessionID = env.sessionID;
+  request.method = "set_actor_name";
+  request.name = name;
+  const auto reply =
+      BridgeTransport::exchange(record::to_text(request, json::Slashes::escaped), env.notesSocket);
+  if (!reply) {
+    runtime.err(complaints::not_answering("notes"));
+    return ExitCode::unavailable;
+  }
+  const auto response = record::from_text<MCPBridgeResponse>(*reply);
+  if (!response) {
+    runtime.err("qv whoami: the notes bridge sent a reply this build could not read.");
+    return ExitCode::usage;
+  }
+  if (response->kind == MCPBridgeResponse::Kind::error) {
+    const std::string message = response->message.value_or("");
+    runtime.err(message.empty() ? "qv whoami: that name could not be set." : message);
+    return ExitCode::usage;
+  }
+  runtime.out("Name set to " + name + ".");
+  return ExitCode::ok;
+}
+
+// The board's list of agents; absent when it could not be asked or would not say.
+std::optional<TeamworkResponse> agents_on_board(const CLIEnvironment& env) {
+  using Kind = TeamworkResponse::Kind;
+  TeamworkRequest request;
+  request.token = bridge_token(env.collabTokenFile, env.collabTokenSeed);
+  request.sessionID = env.sessionID;
+  request.method = "list_agents";
+  const auto reply =
+      BridgeTransport::exchange(record::to_text(request, json::Slashes::escaped), env.collabSocket);
+  if (!reply) return std::nullopt;
+  auto response = record::from_text<TeamworkResponse>(*reply);
+  if (response && (response->kind == Kind::gated || response->kind == Kind::error)) return {};
+  return response;
+}
+
+bool is_up(const std::string& socket) { return !socket.empty() && files::exists(socket); }
+
+// Takes over what the board says about this pane, in the report and in the record. A pane
+// the board does not know has no seat any more, whatever the record remembers.
+void learn(const TeamworkResponse& response, SeatReport& report, CLIRuntime& runtime) {
+  const TeamworkAgent* seat = board::own_seat(response);
+  report.boardAnswered = true;
+  report.fingerprint = seat == nullptr ? "" : seat->fingerprint;
+  report.handle = seat == nullptr ? "" : seat->handle;
+  const auto unless_empty = [](const std::string& text) {
+    return text.empty() ? std::nullopt : std::optional(text);
+  };
+  runtime.state().update([&](PaneState& state) {
+    state.fingerprint = unless_empty(report.fingerprint);
+    state.handle = unless_empty(report.handle);
+  });
+}
+
+SeatReport gather(CLIRuntime& runtime) {
+  const CLIEnvironment& env = runtime.env();
+  const PaneState state = runtime.state().load();
+  SeatReport report{
+      .sessionID = env.sessionID,
+      .fingerprint = state.fingerprint.value_or(""),
+      .handle = state.handle.value_or(""),
+      .boardAnswered = false,
+      .lastSeenRev = state.lastSeenRev,
+      .hasCursor = state.hasCursor,
+      .boardUp = is_up(env.collabSocket),
+      .notesUp = is_up(env.notesSocket),
+      .vaultUp = is_up(env.vaultSocket),
+  };
+  if (!report.boardUp) return report;
+  if (const auto response = agents_on_board(env)) learn(*response, report, runtime);
+  return report;
+}
+
+}  // namespace
+
+ExitCode whoami(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
+  constexpr std::string_view kNamed[] = {"set"};
+  const Options options = parse_options(arguments, kNamed);
+  if (const auto status = settled(options, "whoami", kHelp, runtime)) return *status;
+  if (runtime.env().sessionID.empty()) {
+    runtime.err(complaints::kNotInThread);
+    return ExitCode::unavailable;
+  }
+  const auto name = options.values.find("set");
+  if (name != options.values.end()) return set_name(name->second, runtime);
+
+  const SeatReport report = gather(runtime);
+  runtime.out(options.wantsJSON ? as_json(report) : as_prose(report));
+  return ExitCode::ok;
+}
+
+}  // namespace qv::seat

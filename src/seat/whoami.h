@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/exit_code.h"
+#include "cli/runtime.h"
+
+namespace qv::seat {
+
+// Runs `qv whoami` with the arguments behind the word: reports which pane and seat this
+// terminal is, or sets its name.
+[[nodiscard]] ExitCode whoami(const std::vector<std::string>& arguments, CLIRuntime& runtime);
+
+}  // namespace qv::seat

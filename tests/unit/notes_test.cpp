@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "base/json.h"
+#include "notes/line_page.h"
+#include "notes/rendering.h"
+#include "notes/response.h"
+
+namespace qv {
+namespace {
+
+using notes::line_page;
+
+constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+
+std::string repeated(std::string_view text, std::size_t times) {
+  std::string out;
+  for (std::size_t i = 0; i < times; ++i) out += text;
+  return out;
+}
+
+TEST(LinePage, ShowsTheLinesAskedForAndWhereTheyStand) {
+  struct Row {
+    std::string_view content;
+    std::optional<std::int64_t> offset, limit;
+    std::string_view page;
+  };
+  const Row rows[] = {
+      {"", 1, {}, "(This note has no body.)"},
+      {"", 5, 1, "(This note has no body.)"},
+      {"a\nb", 1, {}, "1\ta\n2\tb"},
+      {"a\r\n\nb\n", 1, {}, "1\ta\r\n2\t\n3\tb\n4\t"},
+      {"\n", {}, 9, "1\t\n2\t"},
+      {"a\nb\nc", -2, -1,
+       "1\ta\n\n(Lines 1–1 of 3. Call read_note again with offset=2 to continue.)"},
+      {"a\nb\nc", 2, 1,
+       "2\tb\n\n(Lines 2–2 of 3. Call read_note again with offset=3 to continue.)"},
+      {"a\nb\nc", 3, kMost, "3\tc\n\n(Lines 3–3 of 3.)"},
+      {"a\nb\nc", 10, {}, "(offset 10 is past the last line — this note has 3 lines.)"},
+      {"a", kMost, kMost,
+       "(offset 9223372036854775807 is past the last line — this note has 1 line.)"},
+      {"1\n2\n3\n4\n5\n6\n7\n8\n9\nten", 9, {}, " 9\t9\n10\tten\n\n(Lines 9–10 of 10.)"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(line_page(row.content, row.offset, row.limit), row.page)
+        << row.content << " from " << row.offset.value_or(0);
+  }
+}
+
+TEST(LinePage, IsTwoThousandLinesLongUnlessToldOtherwise) {
+  const std::string page = line_page(repeated("x\n", 2499) + "x", 1, {});
+  EXPECT_TRUE(page.starts_with("   1\tx\n   2\tx\n")) << page.substr(0, 40);
+  constexpr std::string_view kEnd =
+      "\n2000\tx\n\n(Lines 1–2000 of 2500. Call read_note again with offset=2001 to continue.)";
+  EXPECT_TRUE(page.ends_with(kEnd)) << page.substr(page.size() - 120);
+}
+
+// What a person sees as one character counts as one, however many bytes it takes.
+TEST(LinePage, BoundsLinesAndPagesInCharacters) {
+  for (const std::string_view character : {"x", "é", "e\u0301", "👩‍👩‍👧"}) {
+    EXPECT_EQ(line_page(repeated(character, 2000), 1, {}), "1\t" + repeated(character, 2000));
+    EXPECT_EQ(line_page(repeated(character, 2001), 1, {}), "1\t" + repeated(character, 2000) + "…");
+
+    // Sixteen lines of 1856 characters, with number, tab and line feed, fill a page exactly.
+    const std::string line = repeated(character, 1856) + "\n";
+    const std::string longer(character);
+    const auto shown = [](const std::string& page) { return page.substr(page.rfind("(Lines")); };
+    EXPECT_EQ(shown(line_page(repeated(line, 20), 1, {})),
+              "(Lines 1–16 of 21. Call read_note again with offset=17 to continue.)");
+    EXPECT_EQ(shown(line_page(longer + repeated(line, 20), 1, {})),
+              "(Lines 1–15 of 21. Call read_note again with offset=16 to continue.)");
+  }
+}
+
+TEST(NotesReply, RendersByKind) {
+  struct Row {
+    std::string_view reply, text;
+  };
+  const Row rows[] = {
+      {R"({"kind":"note"})", "No note."},
+      {R"({"kind":"note","message":"m","notebooks":[]})", "No note."},
+      {R"({"kind":"notes","notes":null,"message":"m"})",
+       "This room has no notes yet. That never means the user has none; their library is "
+       "separate and they lend notes in."},
+      {R"({"kind":"error","notebooks":[],"message":"m"})", "No notebooks."},
+      {R"({"kind":"empty"})", "Nothing here."},
+      {R"({"kind":"written","message":"m","notice":"","threadTag":""})", "m"},
+      {R"({"kind":"written","message":"m","notice":"n","threadTag":"T-1"})",
+       "m\nn\n\n(thread T-1)"},
+  };
+  for (const Row& row : rows) {
+    const auto response = record::from_text<MCPBridgeResponse>(row.reply);
+    ASSERT_TRUE(response) << row.reply;
+    EXPECT_EQ(notes::render(*response, {.method = "list_notes", .offset = {}, .limit = {}}),
+              row.text)
+        << row.reply;
+  }
+}
+
+TEST(NotesReply, CannotBeReadWithoutARequiredKey) {
+  const auto whole = json::parse(R"({"kind":"notes",
+      "notes":[{"name":"n","summary":"s","sections":[],"notebook":"b","lines":1,"lastEditedBy":"e"}],
+      "notebooks":[{"name":"n","notes":1,"access":"a"}],
+      "note":{"name":"n","content":"c"},
+      "folderLock":{"paths":[],"scope":"thread"}})");
+  ASSERT_TRUE(whole);
+  MCPBridgeResponse response;
+  EXPECT_TRUE(record::decode(*whole, response));
+
+  std::size_t tried = 0;
+  for (const char* owner : {"", "/notes/0", "/notebooks/0", "/note", "/folderLock"}) {
+    const auto members = whole->at_pointer(owner).as_object();
+    for (const auto& member : members) {
+      if (*owner == '\0' && member.key() != "kind") continue;
+      for (const bool present : {false, true}) {  // absent, or there and null
+        json::Value broken = *whole;
+        auto& object = broken.at_pointer(owner).as_object();
+        object.erase(member.key());
+        if (present) object.emplace(member.key(), nullptr);
+        EXPECT_FALSE(record::decode(broken, response)) << owner << "/" << member.key();
+        ++tried;
+      }
+    }
+  }
+  EXPECT_EQ(tried, 28U);
+  for (const char* text : {R"({"kind":"gone"})", R"({"kind":"Notes"})", R"({"kind":1})", "[]",
+                           R"({"kind":"empty","folderLock":{"paths":[],"scope":"all"}})"}) {
+    EXPECT_FALSE(record::from_text<MCPBridgeResponse>(text)) << text;
+  }
+}
+
+}  // namespace
+}  // namespace qv
