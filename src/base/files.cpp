@@ -39,7 +39,8 @@ bool replace(const std::string& path, std::string_view bytes) {
 bool replace_through(const std::string& temporary, const std::string& path,
                      std::string_view bytes) {
   ::unlink(temporary.c_str());
-  Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  Descriptor file(
+      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!file.valid()) return false;
   const bool written = io::write_all(file.get(), bytes) && ::fchmod(file.get(), 0600) == 0;
   const bool closed = ::close(file.release()) == 0;

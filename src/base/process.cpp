@@ -109,8 +109,8 @@ void Running::advance() {
 
 void Running::write_some() {
   while (input_.valid()) {
-    const ssize_t count = ::write(input_.get(), command_.input.data() + written_,
-                                  command_.input.size() - written_);
+    const ssize_t count =
+        ::write(input_.get(), command_.input.data() + written_, command_.input.size() - written_);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0 && errno == EAGAIN) return;
     if (count > 0) written_ += static_cast<std::size_t>(count);

@@ -29,10 +29,10 @@ struct Launch {
   const char* path = nullptr;  // used as written, without a search
   char* const* arguments = nullptr;
   char* const* environment = nullptr;
-  int standard[3] = {-1, -1, -1};    // become descriptors 0 to 2; -1 leaves one as it is
-  const sigset_t* mask = nullptr;    // the child's signal mask; null: the caller's
-  const sigset_t* reset = nullptr;   // signals the child gets at their default action
-  bool own_group = false;            // the child leads a process group of its own
+  int standard[3] = {-1, -1, -1};   // become descriptors 0 to 2; -1 leaves one as it is
+  const sigset_t* mask = nullptr;   // the child's signal mask; null: the caller's
+  const sigset_t* reset = nullptr;  // signals the child gets at their default action
+  bool own_group = false;           // the child leads a process group of its own
 };
 
 // Starts the program. The child's process id, or 0 with errno set.

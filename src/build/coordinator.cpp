@@ -139,16 +139,15 @@ std::optional<int> Build::act(Step::Run& run) {
 }
 
 void Build::prepare_tool(const std::optional<std::int64_t>& jobs) {
-  const auto knob = jobs ? BuildJobKnob::find(coordinator_.tool, coordinator_.args,
-                                              coordinator_.env, *jobs)
-                         : std::nullopt;
+  const auto knob =
+      jobs ? BuildJobKnob::find(coordinator_.tool, coordinator_.args, coordinator_.env, *jobs)
+           : std::nullopt;
   if (knob) knob->apply(coordinator_.args, coordinator_.env);
   coordinator_.env["QUORVEL_BUILD_SLOT"] = "1";
 }
 
 int Build::run_with_log(Descriptor log) {
-  auto tool =
-      ToolProcess::start(coordinator_.real, coordinator_.args, coordinator_.env, caller_);
+  auto tool = ToolProcess::start(coordinator_.real, coordinator_.args, coordinator_.env, caller_);
   if (!tool) {
     log.reset();
     abandon_log();

@@ -38,7 +38,7 @@ struct Coordinator {
     };
     struct Run {
       std::optional<std::int64_t> jobs;  // absent: no job count is imposed
-      std::int64_t others;           // builds already running
+      std::int64_t others;               // builds already running
       std::int64_t cores;
       Descriptor log;  // new and empty, when the build can be followed
     };

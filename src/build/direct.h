@@ -1,6 +1,5 @@
 #pragma once
 
-
 // The direct path: this process becomes the tool, and nothing of the coordinator is left.
 namespace qv::build {
 

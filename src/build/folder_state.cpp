@@ -27,10 +27,10 @@ constexpr std::size_t kMostPaths = 2000;
 
 // With one of these set git would describe some other tree, index or set of objects.
 constexpr std::string_view kRedirections[] = {
-    "GIT_DIR",        "GIT_WORK_TREE",        "GIT_INDEX_FILE",
-    "GIT_COMMON_DIR", "GIT_OBJECT_DIRECTORY", "GIT_ALTERNATE_OBJECT_DIRECTORIES",
-    "GIT_NAMESPACE",  "GIT_CONFIG",           "GIT_CONFIG_PARAMETERS",
-    "GIT_PREFIX",     "GIT_GRAFT_FILE",       "GIT_SHALLOW_FILE",
+    "GIT_DIR",          "GIT_WORK_TREE",        "GIT_INDEX_FILE",
+    "GIT_COMMON_DIR",   "GIT_OBJECT_DIRECTORY", "GIT_ALTERNATE_OBJECT_DIRECTORIES",
+    "GIT_NAMESPACE",    "GIT_CONFIG",           "GIT_CONFIG_PARAMETERS",
+    "GIT_PREFIX",       "GIT_GRAFT_FILE",       "GIT_SHALLOW_FILE",
     "GIT_CONFIG_COUNT", "GIT_REPLACE_REF_BASE", "GIT_NO_REPLACE_OBJECTS"};
 
 enum class Kind { file, deleted, other };
@@ -63,10 +63,9 @@ std::optional<Tree> find_tree(const std::string& folder, std::vector<std::string
 // The paths that differ from the commit, ascending; below the top of the tree.
 std::optional<std::vector<std::string>> list_paths(const Tree& tree,
                                                    std::vector<std::string>& environment) {
-  process::Command lists[] = {
-      git(tree.top, {"diff", "HEAD", "--name-only", "-z", "--no-renames",
-                     "--ignore-submodules=none"}),
-      git(tree.top, {"ls-files", "-o", "--exclude-standard", "-z"})};
+  process::Command lists[] = {git(tree.top, {"diff", "HEAD", "--name-only", "-z", "--no-renames",
+                                             "--ignore-submodules=none"}),
+                              git(tree.top, {"ls-files", "-o", "--exclude-standard", "-z"})};
   if (!process::run_all(lists, environment, kGitSeconds)) return std::nullopt;
   std::vector<std::string> paths;
   for (const process::Command& list : lists) {

@@ -16,8 +16,7 @@ namespace {
 using Words = std::span<const std::string_view>;
 
 constexpr std::string_view kXcodebuildActions[] = {
-    "build",   "test",    "archive",           "analyze",
-    "install", "build-for-testing", "test-without-building"};
+    "build", "test", "archive", "analyze", "install", "build-for-testing", "test-without-building"};
 constexpr std::string_view kCargoSubcommands[] = {
     "build", "b",     "test", "t", "check", "c",       "clippy",  "run",
     "r",     "bench", "doc",  "d", "rustc", "rustdoc", "install", "fix"};
@@ -118,7 +117,8 @@ bool sets_jobs_for_swift(const Arguments& arguments, const Environment&) {
 
 bool sets_jobs_for_go(const Arguments& arguments, const Environment& environment) {
   const std::string* flags = find(environment, "GOFLAGS");
-  if (flags != nullptr && (flags->find("-p=") != flags->npos || flags->find("-p ") != flags->npos)) {
+  if (flags != nullptr &&
+      (flags->find("-p=") != flags->npos || flags->find("-p ") != flags->npos)) {
     return true;
   }
   return contains(arguments, "-p") || contains_start(arguments, "-p=");
@@ -138,13 +138,14 @@ BuildJobKnob swift_knob(const std::string& jobs, const Environment&) {
 
 BuildJobKnob go_knob(const std::string& jobs, const Environment& environment) {
   const std::string* flags = find(environment, "GOFLAGS");
-  return {BuildJobKnob::SetVariable{"GOFLAGS", (flags != nullptr ? *flags + " -p=" : "-p=") + jobs}};
+  return {
+      BuildJobKnob::SetVariable{"GOFLAGS", (flags != nullptr ? *flags + " -p=" : "-p=") + jobs}};
 }
 
 // The argument behind the first of the flags; empty when there is none.
 std::string_view value_after(const Arguments& arguments, Words flags) {
-  const auto flag = std::ranges::find_if(arguments,
-                                         [&](const auto& word) { return is_one_of(word, flags); });
+  const auto flag =
+      std::ranges::find_if(arguments, [&](const auto& word) { return is_one_of(word, flags); });
   return flag == arguments.end() || flag + 1 == arguments.end() ? std::string_view()
                                                                 : std::string_view(*(flag + 1));
 }

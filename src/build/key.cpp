@@ -11,14 +11,25 @@ namespace {
 
 // Variables that say who builds and on which terminal, not what is built. They are
 // beginnings of names, broadly meant: "TERM" covers TERM_PROGRAM, "_" every such name.
-constexpr std::string_view kExcluded[] = {
-    "QUORVEL_",  "TERM",   "COLUMNS",  "LINES",     "PWD",          "OLDPWD",
-    "SHLVL",     "_",      "CLAUDE",   "CODEX",     "ANTIGRAVITY",  "ITERM",
-    "WINDOWID",  "SSH_",   "TTY",      "SECURITYSESSIONID", "Apple_", "LaunchInstanceID",
-    "XPC_",      "__CF",   "PS1",      "PS2",       "ZDOTDIR",      "BASH_ENV",
-    "COLORTERM", "OTEL_",  "MCP_",     "GIT_ASKPASS", "VSCODE_",    "COMMAND_MODE",
-    "LOGNAME",   "SHELL",  "USER",     "HISTFILE",  "NVM_",         "LESS",
-    "PAGER"};
+constexpr std::string_view kExcluded[] = {"QUORVEL_",    "TERM",
+                                          "COLUMNS",     "LINES",
+                                          "PWD",         "OLDPWD",
+                                          "SHLVL",       "_",
+                                          "CLAUDE",      "CODEX",
+                                          "ANTIGRAVITY", "ITERM",
+                                          "WINDOWID",    "SSH_",
+                                          "TTY",         "SECURITYSESSIONID",
+                                          "Apple_",      "LaunchInstanceID",
+                                          "XPC_",        "__CF",
+                                          "PS1",         "PS2",
+                                          "ZDOTDIR",     "BASH_ENV",
+                                          "COLORTERM",   "OTEL_",
+                                          "MCP_",        "GIT_ASKPASS",
+                                          "VSCODE_",     "COMMAND_MODE",
+                                          "LOGNAME",     "SHELL",
+                                          "USER",        "HISTFILE",
+                                          "NVM_",        "LESS",
+                                          "PAGER"};
 static_assert(std::size(kExcluded) == 37);
 
 bool is_excluded(std::string_view name) {

@@ -28,13 +28,10 @@ struct BuildLease {
 template <>
 struct qv::record::Schema<qv::build::BuildLease> {
   using Lease = qv::build::BuildLease;
-  static constexpr auto fields = std::tuple{required("pid", &Lease::pid),
-                                            required("startTime", &Lease::startTime),
-                                            required("running", &Lease::running),
-                                            required("jobs", &Lease::jobs),
-                                            required("focused", &Lease::focused),
-                                            required("queuedAt", &Lease::queuedAt),
-                                            optional("key", &Lease::key),
-                                            optional("log", &Lease::log),
-                                            optional("reason", &Lease::reason)};
+  static constexpr auto fields =
+      std::tuple{required("pid", &Lease::pid),         required("startTime", &Lease::startTime),
+                 required("running", &Lease::running), required("jobs", &Lease::jobs),
+                 required("focused", &Lease::focused), required("queuedAt", &Lease::queuedAt),
+                 optional("key", &Lease::key),         optional("log", &Lease::log),
+                 optional("reason", &Lease::reason)};
 };

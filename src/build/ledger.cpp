@@ -94,8 +94,8 @@ std::shared_ptr<BuildLedger> BuildLedger::open(const std::string& directory) {
   if (!whole.valid() || !is_private_to_us(whole.get())) return nullptr;
   Descriptor logs(::openat(whole.get(), "logs", kFolder | O_NOFOLLOW));
   if (!logs.valid() || !is_private_to_us(logs.get())) return nullptr;
-  Descriptor lock_fd(::openat(whole.get(), "lock",
-                              O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+  Descriptor lock_fd(
+      ::openat(whole.get(), "lock", O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
   if (!lock_fd.valid() || !can_be_locked(lock_fd.get())) return nullptr;
   return std::shared_ptr<BuildLedger>(
       new BuildLedger(directory, std::move(whole), std::move(logs), std::move(lock_fd)));
@@ -168,12 +168,13 @@ std::vector<BuildLease> BuildLedger::read_live() {
 std::optional<BuildLease> BuildLedger::read_lease(const std::string& name) {
   const auto state = state_of(name);
   if (!state) return std::nullopt;
-  if (const auto known = known_.find(name); known != known_.end() && known->second.state == *state) {
+  if (const auto known = known_.find(name);
+      known != known_.end() && known->second.state == *state) {
     known->second.seen = true;
     return known->second.lease;
   }
-  const Descriptor file(::openat(directory_.get(), name.c_str(),
-                                 O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  const Descriptor file(
+      ::openat(directory_.get(), name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   if (!file.valid()) return std::nullopt;
   const auto bytes = io::read_to_end(file.get(), kLargestLease);
   auto lease = bytes ? record::from_text<BuildLease>(*bytes) : std::nullopt;

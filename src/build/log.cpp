@@ -73,7 +73,8 @@ std::span<char> BuildLogParser::space() {
   if (begin_ > 0) std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
   end_ -= begin_;
   begin_ = 0;
-  return std::span(buffer_).subspan(end_, std::min(BuildLog::kLargestPayload, buffer_.size() - end_));
+  return std::span(buffer_).subspan(end_,
+                                    std::min(BuildLog::kLargestPayload, buffer_.size() - end_));
 }
 
 std::optional<BuildLog::Item> BuildLogParser::next() {

@@ -150,8 +150,7 @@ BuildDecision BuildSchedule::decide(const BuildPlan& plan, const BuildMemory& me
 std::optional<std::int64_t> BuildSchedule::memory_cap(const BuildMemory& memory, bool release) {
   if (!memory.governed || !memory.available) return std::nullopt;
   if (*memory.available <= kReserve) return 0;
-  const std::uint64_t jobs =
-      (*memory.available - kReserve) / (release ? kPerReleaseJob : kPerJob);
+  const std::uint64_t jobs = (*memory.available - kReserve) / (release ? kPerReleaseJob : kPerJob);
   return static_cast<std::int64_t>(jobs);
 }
 

@@ -16,8 +16,8 @@ os_log_t governor() {
 
 void log_held_for_memory(pid_t build, std::int64_t ahead, bool critical) {
   os_log_info(governor(),
-              "build %{public}d held for memory, %{public}ld ahead, critical %{bool,public}d", build,
-              static_cast<long>(ahead), critical ? 1 : 0);
+              "build %{public}d held for memory, %{public}ld ahead, critical %{bool,public}d",
+              build, static_cast<long>(ahead), critical ? 1 : 0);
 }
 
 void log_held_for_cores(pid_t build, std::int64_t ahead) {

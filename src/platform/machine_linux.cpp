@@ -88,7 +88,8 @@ int LinuxMachine::cores_within_quota(int cores) const {
     const auto text = files::read(group + "/cpu.max");  // "max 100000" or "150000 100000"
     if (!text) return;
     const auto quota = number_in(*text);
-    const auto period = number_in(std::string_view(*text).substr(std::min(text->find(' '), text->size())));
+    const auto period =
+        number_in(std::string_view(*text).substr(std::min(text->find(' '), text->size())));
     if (!quota || !period || *period == 0) return;
     const std::uint64_t whole = (*quota + *period - 1) / *period;
     if (whole < static_cast<std::uint64_t>(cores)) cores = static_cast<int>(whole);
