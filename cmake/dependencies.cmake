@@ -1,5 +1,8 @@
 # Boost.JSON is compiled from its headers in one file of src/base, so only the headers
 # are looked for; utf8proc and libmd are linked statically where an archive exists.
+if(POLICY CMP0167)
+  cmake_policy(SET CMP0167 OLD)  # the finding by headers serves every version alike
+endif()
 find_package(Boost 1.75 REQUIRED)
 find_package(PkgConfig REQUIRED)
 
@@ -7,7 +10,7 @@ find_package(PkgConfig REQUIRED)
 # preferring its static archive.
 function(qv_static_library target module)
   pkg_check_modules(${module} REQUIRED ${module})
-  find_library(${module}_ARCHIVE NAMES lib${module}.a HINTS ${${module}_LIBRARY_DIRS} ${${module}_LIBDIR})
+  find_library(${module}_ARCHIVE NAMES ${module}.a HINTS ${${module}_LIBRARY_DIRS} ${${module}_LIBDIR})
   add_library(${target} INTERFACE)
   target_include_directories(${target} SYSTEM INTERFACE ${${module}_INCLUDE_DIRS})
   if(${module}_ARCHIVE)

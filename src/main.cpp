@@ -1,12 +1,34 @@
-#include <string_view>
+// The process entry. Nothing is looked up here that the command at hand may not need.
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
 
 #include "base/io.h"
+#include "base/output.h"
+#include "base/text.h"
 #include "build/entry.h"
+#include "cli/dispatch.h"
+#include "cli/exit_code.h"
 
 int main(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
-  if (argc > 1 && std::string_view(argv[1]) == "__build") {
-    return qv::build::run(argv[0], argv + 2);
+  if (argc > 1 && std::strcmp(argv[1], "__build") == 0) return qv::build::run(argv[0], argv + 2);
+
+  std::vector<std::string> arguments;
+  for (int i = 1; i < argc; ++i) arguments.push_back(qv::text::repaired(argv[i]));
+
+  qv::OutputStream standard_output(1);
+  qv::OutputStream standard_error(2);
+  qv::CLIRuntime runtime([&](std::string_view text) { return standard_output.write_line(text); },
+                         [&](std::string_view text) { return standard_error.write_line(text); });
+  const int status = qv::run(arguments, runtime);
+
+  if (standard_output.error() == 0) return status;
+  if (standard_output.error() != EPIPE) {
+    runtime.err(std::string("qv: standard output could not be written: ") +
+                std::strerror(standard_output.error()) + ".");
   }
-  return 0;
+  return status_of(qv::ExitCode::unavailable);
 }

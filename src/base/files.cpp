@@ -66,6 +66,12 @@ bool is_directory(const std::string& path) {
   return status && S_ISDIR(status->st_mode);
 }
 
+bool is_own_directory(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+         status.st_uid == ::geteuid();
+}
+
 std::string directory_of(std::string_view path) {
   const std::size_t slash = path.rfind('/');
   if (slash == std::string_view::npos) return ".";

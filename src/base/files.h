@@ -27,6 +27,9 @@ bool make_private_directories(const std::string& path);
 [[nodiscard]] bool exists(const std::string& path);
 [[nodiscard]] bool is_directory(const std::string& path);
 
+// A directory (not a link to one) that belongs to this user.
+[[nodiscard]] bool is_own_directory(const std::string& path);
+
 // The part before the last slash ("." without one), and the part after it.
 [[nodiscard]] std::string directory_of(std::string_view path);
 [[nodiscard]] std::string_view name_of(std::string_view path);

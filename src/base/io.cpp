@@ -42,6 +42,11 @@ bool write_all(int fd, std::string_view bytes) {
   return true;
 }
 
+bool reader_has_gone(int fd) {
+  pollfd state{fd, 0, 0};
+  return ::poll(&state, 1, 0) > 0 && (state.revents & (POLLERR | POLLHUP)) != 0;
+}
+
 void occupy_standard_descriptors() {
   for (int fd = 0; fd <= 2; ++fd) {
     if (::fcntl(fd, F_GETFD) < 0 && errno == EBADF) ::open("/dev/null", O_RDWR);

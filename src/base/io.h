@@ -14,6 +14,9 @@ namespace qv::io {
 // Writes all bytes, waiting where the descriptor is non-blocking. False with errno set.
 [[nodiscard]] bool write_all(int fd, std::string_view bytes);
 
+// Whether a pipe or socket has lost its reader, or a terminal its line. Never waits.
+[[nodiscard]] bool reader_has_gone(int fd);
+
 // Opens /dev/null on each of the descriptors 0 to 2 that is closed, so that nothing
 // opened later can be mistaken for a standard stream.
 void occupy_standard_descriptors();

@@ -38,12 +38,16 @@ struct Builder {
   bool on_object_end(std::size_t count, error&) { return stack.push_object(count), true; }
   bool on_array_begin(error&) { return true; }
   bool on_array_end(std::size_t count, error&) { return stack.push_array(count), true; }
-  bool on_key_part(bj::string_view part, std::size_t, error&) { return stack.push_chars(part), true; }
+  bool on_key_part(bj::string_view part, std::size_t, error&) {
+    return stack.push_chars(part), true;
+  }
   bool on_key(bj::string_view part, std::size_t, error&) { return stack.push_key(part), true; }
   bool on_string_part(bj::string_view part, std::size_t, error&) {
     return stack.push_chars(part), true;
   }
-  bool on_string(bj::string_view part, std::size_t, error&) { return stack.push_string(part), true; }
+  bool on_string(bj::string_view part, std::size_t, error&) {
+    return stack.push_string(part), true;
+  }
   bool on_number_part(bj::string_view, error&) { return true; }
   bool on_int64(std::int64_t number, bj::string_view part, error&) {
     if (number == 0 && part.starts_with('-')) {
@@ -72,7 +76,8 @@ struct Builder {
 
 class Printer {
  public:
-  Printer(bool multiline, const bj::object* unsorted) : multiline_(multiline), unsorted_(unsorted) {}
+  Printer(bool multiline, const bj::object* unsorted)
+      : multiline_(multiline), unsorted_(unsorted) {}
 
   std::string print(const Value& value) {
     append(value, 0);

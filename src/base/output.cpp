@@ -11,8 +11,8 @@
 
 namespace qv {
 
-void OutputStream::write_line(std::string_view text) {
-  if (error_ != 0) return;
+bool OutputStream::write_line(std::string_view text) {
+  if (error_ != 0) return false;
   std::string visible;
   if (::isatty(fd_) == 1) {
     visible = text::with_visible_controls(text);
@@ -23,11 +23,12 @@ void OutputStream::write_line(std::string_view text) {
   const ssize_t count = ::writev(fd_, parts, 2);
   if (count < 0 && errno != EINTR && errno != EAGAIN) {
     error_ = errno;
-    return;
+    return false;
   }
   const std::size_t written = count < 0 ? 0 : static_cast<std::size_t>(count);
-  if (written > text.size()) return;
+  if (written > text.size()) return true;
   if (!io::write_all(fd_, text.substr(written)) || !io::write_all(fd_, "\n")) error_ = errno;
+  return error_ == 0;
 }
 
 }  // namespace qv

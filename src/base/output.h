@@ -5,8 +5,8 @@
 
 namespace qv {
 
-// Takes one text without its final line feed.
-using Sink = std::function<void(std::string_view)>;
+// Takes one text without its final line feed; false when it could not be written.
+using Sink = std::function<bool(std::string_view)>;
 
 // One of the two standard streams. Each text goes out with a line feed in one write.
 // On a terminal, control characters are made visible first.
@@ -14,7 +14,8 @@ class OutputStream {
  public:
   explicit OutputStream(int fd) : fd_(fd) {}
 
-  void write_line(std::string_view text);
+  // False when this text, or one before it, could not be written.
+  bool write_line(std::string_view text);
 
   // The errno of the first write that failed, 0 when none did.
   [[nodiscard]] int error() const { return error_; }

@@ -61,9 +61,13 @@ template <class T>
 struct Words;
 
 template <class T>
-concept Record = requires { Schema<T>::fields; };
+concept Record = requires {
+  Schema<T>::fields;
+};
 template <class T>
-concept Enumeration = std::is_enum_v<T> && requires { Words<T>::words; };
+concept Enumeration = std::is_enum_v<T> && requires {
+  Words<T>::words;
+};
 
 template <class T>
 [[nodiscard]] bool decode(const json::Value& value, T& out);
@@ -123,7 +127,8 @@ inline constexpr auto slots = []<std::size_t... I>(std::index_sequence<I...>) {
   return std::array{Slot<T>{std::get<I>(fields).key,
                             std::get<I>(fields).presence == Presence::required,
                             &read_field<T, I>}...};
-}(std::make_index_sequence<std::tuple_size_v<decltype(Schema<T>::fields)>>{});
+}
+(std::make_index_sequence<std::tuple_size_v<decltype(Schema<T>::fields)>>{});
 
 // Senders write keys in table order, so the search starts behind the last key found.
 template <class T>

@@ -1,0 +1,140 @@
+#!/usr/bin/env bash
+# Installs what qv is built and tested with, and only what is missing: a machine that has
+# everything is left alone, without a look at the network.
+#
+#   scripts/setup.sh            build and test
+#   scripts/setup.sh --bench    and measure
+#   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
+#
+# Debian and Ubuntu are served with apt-get, macOS with Homebrew.
+set -euo pipefail
+
+bench=false
+checks=false
+
+main() {
+  for argument in "$@"; do
+    case $argument in
+      --bench) bench=true ;;
+      --checks) checks=true ;;
+      *) fail "setup.sh knows --bench and --checks, not '$argument'." ;;
+    esac
+  done
+
+  if [[ $(uname -s) == Darwin ]]; then
+    set_up_macos
+  elif [[ -e /etc/debian_version ]]; then
+    set_up_debian
+  else
+    fail "setup.sh knows Debian, Ubuntu and macOS; on another system, install a C++20 compiler, CMake, Ninja, pkg-config, Boost.JSON, utf8proc, libmd, GoogleTest and Python 3 by hand."
+  fi
+}
+
+set_up_debian() {
+  # Installing a package runs tools from the sbin folders, which a bare PATH lacks.
+  export PATH="$PATH:/usr/local/sbin:/usr/sbin:/sbin"
+  missing=()
+
+  want_command g++ g++
+  want_command cmake cmake
+  want_command ninja ninja-build
+  want_command pkg-config pkg-config
+  want_command python3 python3
+  want_command git git
+  want_package libutf8proc-dev
+  want_package libmd-dev
+  want_package libgtest-dev
+  if $bench; then
+    want_package libbenchmark-dev
+    want_command hyperfine hyperfine
+    want_command jq jq
+    want_command curl curl
+  fi
+  if $checks; then
+    want_command clang-format clang-format
+    want_command npm npm
+  fi
+
+  boost_is_missing=false
+  is_installed 'libboost-json*-dev' || boost_is_missing=true
+  if [[ ${#missing[@]} -eq 0 ]] && ! $boost_is_missing; then
+    return
+  fi
+
+  apt_get update
+  if $boost_is_missing; then
+    missing+=("$(boost_json_package)")
+  fi
+  echo "setup: installing ${missing[*]}"
+  apt_get install --yes --no-install-recommends --no-remove "${missing[@]}"
+}
+
+# want_command COMMAND PACKAGE: however the command came to be there, it will do.
+want_command() {
+  command -v "$1" >/dev/null || missing+=("$2")
+}
+
+want_package() {
+  is_installed "$1" || missing+=("$1")
+}
+
+# is_installed PATTERN: whether a package whose name matches is installed.
+is_installed() {
+  local states
+  states=$(dpkg-query --show --showformat '[${db:Status-Status}]' "$1" 2>/dev/null) || return 1
+  [[ $states == *'[installed]'* ]]
+}
+
+# Boost.JSON came with Boost 1.75. A release whose default Boost is older may carry a newer
+# one beside it, as Debian 12 does.
+boost_json_package() {
+  local name policy
+  for name in libboost-json-dev libboost-json1.81-dev; do
+    policy=$(LC_ALL=C apt-cache policy "$name")
+    if [[ $policy == *'Candidate: '[0-9]* ]]; then
+      echo "$name"
+      return
+    fi
+  done
+  fail "This release has no package of Boost.JSON; Debian 12, Ubuntu 24.04 and later ones do."
+}
+
+apt_get() {
+  local as_root=()
+  if [[ $(id -u) -ne 0 ]]; then
+    command -v sudo >/dev/null ||
+      fail "Packages are missing (${missing[*]}); run setup.sh as root, or install sudo."
+    as_root=(sudo)
+  fi
+  ${as_root[@]+"${as_root[@]}"} env DEBIAN_FRONTEND=noninteractive PATH="$PATH" \
+    apt-get --quiet=2 -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" </dev/null >/dev/null
+}
+
+set_up_macos() {
+  command -v brew >/dev/null || fail "Homebrew is missing; install it first."
+  xcrun --find clang++ >/dev/null 2>&1 ||
+    fail "Apple's compiler is missing; run 'xcode-select --install' first."
+
+  local wanted=(cmake ninja pkgconf boost utf8proc googletest)
+  if $bench; then
+    wanted+=(google-benchmark hyperfine jq)
+  fi
+  if $checks; then
+    wanted+=(clang-format)
+  fi
+
+  local formula missing=()
+  for formula in "${wanted[@]}"; do
+    brew list --versions "$formula" >/dev/null || missing+=("$formula")
+  done
+  if [[ ${#missing[@]} -gt 0 ]]; then
+    HOMEBREW_NO_AUTO_UPDATE=1 brew install --quiet "${missing[@]}" </dev/null
+  fi
+}
+
+fail() {
+  echo "setup: $*" >&2
+  exit 1
+}
+
+main "$@"

@@ -1,0 +1,135 @@
+#include "board/driver.h"
+
+#include <utility>
+
+#include "board/reply_rendering.h"
+#include "board/request_builder.h"
+#include "board/task_rendering.h"
+#include "bridge/complaints.h"
+#include "bridge/token.h"
+#include "bridge/transport.h"
+
+namespace qv::board {
+
+namespace {
+
+using Flags = ArgParser::ArgBox;
+using Kind = TeamworkResponse::Kind;
+
+bool refused(const TeamworkResponse& response) {
+  return response.kind == Kind::gated || response.kind == Kind::error;
+}
+
+// Later reads depend on who this pane is, so what a reply tells about it is kept.
+void remember(const TeamworkResponse& response, const json::Value& reply, std::string_view method,
+              CLIRuntime& runtime) {
+  const TeamworkAgent* seat = own_seat(response);
+  const bool left = method == "unregister" && !refused(response);
+  const bool seat_known = seat != nullptr || left || response.kind == Kind::agents;
+  if (!seat_known && !response.obligations) return;
+  runtime.state().update([&](PaneState& state) {
+    if (seat_known) {
+      state.fingerprint.reset();
+      state.handle.reset();
+    }
+    if (seat != nullptr && !left) {
+      state.fingerprint = seat->fingerprint;
+      if (!seat->handle.empty()) state.handle = seat->handle;
+    }
+    if (response.obligations) state.obligationsJSON = json::compact(reply.at("obligations"));
+  });
+}
+
+std::string reader_of(const TeamworkResponse& response, CLIRuntime& runtime) {
+  if (response.kind != Kind::tasks) return "";
+  if (const TeamworkAgent* seat = own_seat(response)) return seat->fingerprint;
+  return runtime.state().load().fingerprint.value_or("");
+}
+
+// A task list's JSON also carries the ids of each bucket, so that a script sees the same
+// grouping as the prose.
+const boost::json::object* add_buckets(const TeamworkResponse& response, std::string_view reader,
+                                       boost::json::object& reply) {
+  if (!response.tasks) return nullptr;
+  const TaskBuckets buckets = grouped(*response.tasks, reader);
+  boost::json::object object;
+  const auto add = [&object](std::string_view name, const TaskBuckets::Tasks& tasks) {
+    boost::json::array ids;
+    for (const TeamworkTask* task : tasks) ids.emplace_back(task->id);
+    object.emplace(name, std::move(ids));
+  };
+  add("yours", buckets.yours);
+  add("forYou", buckets.forYou);
+  add("readyToClaim", buckets.readyToClaim);
+  add("waiting", buckets.waiting);
+  add("done", buckets.done);
+  add("rejected", buckets.rejected);
+  return reply.insert_or_assign("buckets", std::move(object)).first->value().if_object();
+}
+
+std::string as_json(const TeamworkResponse& response, json::Value& reply, std::string_view method,
+                    CLIRuntime& runtime) {
+  const boost::json::object* buckets = nullptr;
+  if (method == "list_tasks") {
+    buckets = add_buckets(response, reader_of(response, runtime), reply.as_object());
+  }
+  return json::pretty(reply, buckets);
+}
+
+std::string as_prose(const TeamworkResponse& response, std::string_view method, const Flags& flags,
+                     CLIRuntime& runtime) {
+  const std::string reader = reader_of(response, runtime);
+  return render(response, {
+                              .method = method,
+                              .reader = reader,
+                              .include_all = flags.text("include") == "all",
+                              .page = {flags.integer("offset"), flags.integer("limit")},
+                              .log_page = {flags.integer("logOffset"), flags.integer("logLimit")},
+                          });
+}
+
+}  // namespace
+
+ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& runtime) {
+  const CLIEnvironment& env = runtime.env();
+  if (env.sessionID.empty() || env.collabSocket.empty()) {
+    runtime.err(complaints::kNotInThread);
+    return ExitCode::unavailable;
+  }
+  const auto outcome = TeamworkRequestBuilder::build(
+      verb.method, flags, bridge_token(env.collabTokenFile, env.collabTokenSeed), env.sessionID);
+  if (const auto* refusal = std::get_if<TeamworkRequestBuilder::Refused>(&outcome)) {
+    runtime.err(refusal->message);
+    return ExitCode::refused;
+  }
+  const std::string request =
+      record::to_text(std::get<TeamworkRequest>(outcome), json::Slashes::escaped);
+  auto bytes = BridgeTransport::exchange(request, env.collabSocket);
+  if (!bytes) {
+    runtime.err(complaints::not_answering("board"));
+    return ExitCode::unavailable;
+  }
+  auto reply = json::parse(*bytes);
+  bytes.reset();  // a reply may be large, and the value holds all of it
+  TeamworkResponse response;
+  if (!reply || !record::decode(*reply, response)) {
+    runtime.err("qv: the board sent a reply this build could not read.");
+    return ExitCode::refused;
+  }
+  remember(response, *reply, verb.method, runtime);
+
+  const bool not_found = response.kind == Kind::empty && verb.emptyMeansNotFound;
+  if (wantsJSON) {
+    runtime.out(as_json(response, *reply, verb.method, runtime));
+  } else if (not_found) {
+    runtime.err("qv task " + std::string(verb.name) +
+                ": nothing here by that name. Check the id with `qv task list`.");
+  } else {
+    reply.reset();
+    runtime.out(as_prose(response, verb.method, flags, runtime));
+  }
+  if (not_found) return ExitCode::notFound;
+  return refused(response) ? ExitCode::refused : ExitCode::ok;
+}
+
+}  // namespace qv::board

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <variant>
+
+#include "board/request.h"
+#include "cli/arg_parser.h"
+
+namespace qv::TeamworkRequestBuilder {
+
+struct Refused {
+  std::string message;  // the whole sentence to print
+};
+
+using Outcome = std::variant<TeamworkRequest, Refused>;
+
+// Turns a verb's method and its flags into a request. Refuses only a goal without text
+// and a blocker question that would not fit its one line; the board judges the rest.
+[[nodiscard]] Outcome build(std::string_view method, const ArgParser::ArgBox& flags,
+                            const std::string& token, const std::string& sessionID);
+
+}  // namespace qv::TeamworkRequestBuilder

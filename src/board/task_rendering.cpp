@@ -1,0 +1,137 @@
+#include "board/task_rendering.h"
+
+#include "base/text.h"
+
+namespace qv::board {
+
+namespace {
+
+bool given(const std::optional<std::string>& text) { return text && !text->empty(); }
+
+TaskBuckets::Tasks& bucket_of(const TeamworkTask& task, std::string_view reader,
+                              TaskBuckets& buckets) {
+  if (task.state == "done") return buckets.done;
+  if (task.state == "rejected") return buckets.rejected;
+  const bool held = given(task.ownerFingerprint);
+  if (!reader.empty() && task.ownerFingerprint == reader) return buckets.yours;
+  if (!reader.empty() && task.routedToFingerprint == reader && !held) return buckets.forYou;
+  const bool aimed_at_live_peer = given(task.routedToFingerprint) && task.routedToLive;
+  if (task.ready && !task.blocked && !held && !aimed_at_live_peer) return buckets.readyToClaim;
+  return buckets.waiting;
+}
+
+void append_row(std::string& out, const TeamworkTask& task) {
+  constexpr std::size_t kStateWidth = 9;
+  out.append(task.id).append("  ").append(text::padded(text::uppered(task.state), kStateWidth));
+  out.append("  ").append(task.title);
+  if (task.blocked) out += "  [BLOCKED]";
+  if (given(task.ownerFingerprint)) out.append("  held by ").append(*task.ownerFingerprint);
+  if (given(task.routedToFingerprint)) {
+    out.append("  → ").append(*task.routedToFingerprint);
+    if (!task.routedToLive) out += " (gone)";
+  }
+  if (!task.waitsOn.empty()) out.append("  waits on ").append(text::joined(task.waitsOn, ","));
+}
+
+std::string rows(const TaskBuckets::Tasks& tasks) {
+  std::string out;
+  for (const TeamworkTask* task : tasks) {
+    if (!out.empty()) out += '\n';
+    out += "  ";
+    append_row(out, *task);
+  }
+  return out;
+}
+
+void add_section(std::vector<std::string>& sections, std::string_view header,
+                 const TaskBuckets::Tasks& tasks) {
+  if (!tasks.empty()) sections.push_back(std::string(header) + "\n" + rows(tasks));
+}
+
+void add_hidden_count(std::vector<std::string>& sections, const TaskBuckets& buckets) {
+  std::vector<std::string> counts;
+  if (!buckets.done.empty()) counts.push_back(std::to_string(buckets.done.size()) + " done");
+  if (!buckets.rejected.empty()) {
+    counts.push_back(std::to_string(buckets.rejected.size()) + " declined");
+  }
+  if (counts.empty()) return;
+  sections.push_back(text::joined(counts, ", ") + " — hidden. Pass --include all to list them.");
+}
+
+}  // namespace
+
+TaskBuckets grouped(const std::vector<TeamworkTask>& tasks, std::string_view reader) {
+  TaskBuckets buckets;
+  for (const TeamworkTask& task : tasks) bucket_of(task, reader, buckets).push_back(&task);
+  return buckets;
+}
+
+std::string task_row(const TeamworkTask& task, std::string_view indentation) {
+  std::string out(indentation);
+  append_row(out, task);
+  return out;
+}
+
+std::string task_list(const std::vector<TeamworkTask>& tasks, std::string_view reader,
+                      bool include_all) {
+  const TaskBuckets buckets = grouped(tasks, reader);
+  std::vector<std::string> sections;
+  add_section(sections, "YOURS (you hold these)", buckets.yours);
+  if (!buckets.forYou.empty()) {
+    sections.push_back(
+        "FOR YOU (handed to you by name)\n" + rows(buckets.forYou) +
+        "\n  "
+        "A peer handed these to you by name. They are not claimed yet — claiming is still yours "
+        "to do, and you may decline by leaving them or saying why on the task. Take these before "
+        "anything in readyToClaim.");
+  }
+  add_section(sections, "READY TO CLAIM", buckets.readyToClaim);
+  add_section(sections, "WAITING (in flight, aimed at a peer, blocked or not ready)",
+              buckets.waiting);
+  if (include_all) {
+    add_section(sections, "DONE", buckets.done);
+    add_section(sections, "DECLINED", buckets.rejected);
+  } else {
+    add_hidden_count(sections, buckets);
+  }
+  if (reader.empty()) {
+    sections.emplace_back(
+        "You have no seat here, so nothing shows as yours. Run `qv board register` first.");
+  }
+  return sections.empty() ? std::string(kEmptyBacklog) : text::joined(sections, "\n\n");
+}
+
+std::string task_detail(const TeamworkTask& task) {
+  std::string out = task.id + "  " + text::uppered(task.state) + "  " + task.title;
+  if (given(task.routedToFingerprint)) {
+    out.append("\naimed at: ").append(*task.routedToFingerprint);
+    if (!task.routedToLive) out += " (nobody home there)";
+  }
+  if (given(task.reportsToHandle)) out.append("\nasked for by: ").append(*task.reportsToHandle);
+  if (task.type) out.append("\ntype: ").append(*task.type);
+  out.append("\npriority: ").append(std::to_string(task.priority));
+  if (given(task.ownerFingerprint)) {
+    out.append("\nheld by: ").append(*task.ownerFingerprint);
+    if (task.claimLeaseSecondsRemaining) {
+      out.append(" (lease ").append(std::to_string(*task.claimLeaseSecondsRemaining)).append("s)");
+    }
+  }
+  if (task.blocked) {
+    out.append("\nBLOCKED: ").append(task.blockerQuestion.value_or("(no question given)"));
+    if (task.blockerAnswer) out.append("\n  answered: ").append(*task.blockerAnswer);
+  }
+  if (task.parkedReason) out.append("\nparked: ").append(*task.parkedReason);
+  if (!task.waitsOn.empty()) out.append("\nwaits on: ").append(text::joined(task.waitsOn, ", "));
+  if (!task.resources.empty()) {
+    out.append("\nresources: ").append(text::joined(task.resources, ", "));
+  }
+  if (task.reviewState) out.append("\nreview: ").append(*task.reviewState);
+  if (!task.body.empty()) out.append("\n\n").append(task.body);
+  if (!task.log.empty()) {
+    out += "\n\nlog:";
+    for (const std::string& line : task.log) out.append("\n  ").append(line);
+  }
+  return out;
+}
+
+}  // namespace qv::board

@@ -1,0 +1,98 @@
+#include "bridge/discovery.h"
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <memory>
+#include <utility>
+
+#include "base/files.h"
+#include "base/text.h"
+#include "bridge/transport.h"
+#include "platform/file_times.h"
+
+namespace qv::BridgeDiscovery {
+
+namespace {
+
+std::string_view word(Kind kind) {
+  constexpr std::array<std::string_view, 3> kWords{"mcp", "teamwork", "vault"};
+  return kWords[static_cast<std::size_t>(kind)];
+}
+
+// The names in a directory without the hidden ones; empty when it cannot be listed.
+std::vector<std::string> names_in(const std::string& directory) {
+  std::vector<std::string> names;
+  const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(directory.c_str()), ::closedir);
+  if (!listing) return names;
+  while (const dirent* entry = ::readdir(listing.get())) {
+    if (entry->d_name[0] != '.') names.emplace_back(entry->d_name);
+  }
+  return names;
+}
+
+bool is_instance_name(std::string_view name) {
+  return name == "Quorvel" || name.starts_with("Quorvel-");
+}
+
+}  // namespace
+
+std::optional<std::string> seat_socket(const std::string& seat_file) {
+  const auto content = files::read(seat_file);
+  if (!content || !text::is_utf8(*content)) return std::nullopt;
+  const auto lines = text::split(*content, '\n');
+  if (lines.size() < 2) return std::nullopt;
+  const std::string_view socket = text::trimmed(lines[1]);
+  return socket.empty() ? std::nullopt : std::optional<std::string>(socket);
+}
+
+std::string sibling(const std::string& socket, Kind kind) {
+  const std::string_view name = files::name_of(socket);
+  const std::size_t hyphen = name.find('-');
+  if (hyphen == std::string_view::npos) return "";
+  return socket.substr(0, socket.size() - name.size()) + std::string(word(kind)) +
+         std::string(name.substr(hyphen));
+}
+
+std::string token_path(const std::string& socket) {
+  if (socket.empty()) return "";
+  const std::string_view name = files::name_of(socket);
+  const std::size_t dot = name.rfind('.');
+  const bool has_extension = dot != std::string_view::npos && dot > 0;
+  const std::size_t kept = has_extension ? socket.size() - name.size() + dot : socket.size();
+  return socket.substr(0, kept) + ".token";
+}
+
+std::vector<Candidate> candidates(Kind kind, const std::string& base) {
+  const std::string prefix = std::string(word(kind)) + "-";
+  constexpr std::int64_t kDistantPast = std::numeric_limits<std::int64_t>::min();
+  std::vector<std::pair<std::int64_t, Candidate>> dated;
+  for (const std::string& instance : names_in(base)) {
+    const std::string directory = base + "/" + instance;
+    if (!is_instance_name(instance) || !files::is_directory(directory)) continue;
+    for (const std::string& name : names_in(directory)) {
+      if (!name.starts_with(prefix) || !name.ends_with(".sock")) continue;
+      const std::string path = directory + "/" + name;
+      const std::int64_t date = platform::modification_time(path).value_or(kDistantPast);
+      dated.push_back({date, {path, token_path(path)}});
+    }
+  }
+  std::ranges::stable_sort(dated, [](const auto& a, const auto& b) { return a.first > b.first; });
+  std::vector<Candidate> found;
+  for (auto& [date, candidate] : dated) found.push_back(std::move(candidate));
+  return found;
+}
+
+std::optional<std::string> live_socket(Kind kind, const std::string& base) {
+  std::optional<std::string> live;
+  for (const Candidate& candidate : candidates(kind, base)) {
+    if (!BridgeTransport::is_live(candidate.socketPath)) continue;
+    if (live) return std::nullopt;
+    live = candidate.socketPath;
+  }
+  return live;
+}
+
+}  // namespace qv::BridgeDiscovery

@@ -1,0 +1,114 @@
+// Every failure here means the same to the caller: no reply. What must not happen is a
+// reply lost to a set-up call that failed without harm, so time-outs that cannot be set
+// and a shutdown of a peer that has already answered and gone are passed over, and only
+// what the exchange really needs can end it.
+
+#include "bridge/transport.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "base/descriptor.h"
+#include "platform/sockets.h"
+
+namespace qv::BridgeTransport {
+
+namespace {
+
+// A path may be 103 bytes long on every system, whatever its own address holds.
+constexpr std::size_t kLongestPath = 103;
+static_assert(sizeof(sockaddr_un::sun_path) > kLongestPath);
+
+// False with errno set.
+bool connect_to(const Descriptor& connection, const std::string& path) {
+  if (path.size() > kLongestPath || path.find('\0') != std::string::npos) {
+    errno = ENAMETOOLONG;
+    return false;
+  }
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+  while (::connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) !=
+         0) {
+    if (errno == EISCONN) break;
+    if (errno != EINTR) return false;
+  }
+  return true;
+}
+
+void set_timeout(const Descriptor& connection, int option, std::int64_t seconds) {
+  timeval limit{};
+  limit.tv_sec = static_cast<time_t>(seconds);
+  ::setsockopt(connection.get(), SOL_SOCKET, option, &limit, sizeof limit);
+}
+
+bool send_all(const Descriptor& connection, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count =
+        ::send(connection.get(), bytes.data(), bytes.size(), platform::send_flags());
+    if (count > 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    } else if (count == 0 || errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Reads into one growing buffer that becomes the reply itself.
+std::optional<std::string> receive(const Descriptor& connection, const Options& options) {
+  constexpr std::size_t kSmallestRead = 64 * 1024;
+  const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
+  std::string reply;
+  std::size_t used = 0;
+  for (;;) {
+    if (reply.size() - used < kSmallestRead) {
+      // Twice as much each time, but never far beyond what could still be accepted.
+      reply.resize(std::min(std::max(used * 2, kSmallestRead * 2), limit + kSmallestRead + 1));
+    }
+    const ssize_t count = ::recv(connection.get(), reply.data() + used, reply.size() - used, 0);
+    if (count < 0) {
+      if (errno == EINTR) continue;
+      return std::nullopt;
+    }
+    const std::size_t end = used + static_cast<std::size_t>(count);
+    const std::size_t found = std::string_view(reply.data(), end).find(options.terminator, used);
+    const bool finished = count == 0 || found != std::string_view::npos;
+    used = std::min(end, found);
+    if (used > limit || (count == 0 && used == 0)) return std::nullopt;
+    if (!finished) continue;
+    reply.resize(used);
+    return reply;
+  }
+}
+
+}  // namespace
+
+std::optional<std::string> exchange(std::string_view request, const std::string& socket_path,
+                                    const Options& options) {
+  if (socket_path.empty()) return std::nullopt;
+  const Descriptor connection = platform::open_stream_socket();
+  if (!connection.valid()) return std::nullopt;
+  set_timeout(connection, SO_RCVTIMEO, options.readTimeoutSeconds);
+  set_timeout(connection, SO_SNDTIMEO, options.writeTimeoutSeconds);
+  if (!connect_to(connection, socket_path)) return std::nullopt;
+  if (!send_all(connection, std::string(request) + options.terminator)) return std::nullopt;
+  ::shutdown(connection.get(), SHUT_WR);
+  return receive(connection, options);
+}
+
+bool is_live(const std::string& socket_path) {
+  const Descriptor connection = platform::open_stream_socket();
+  if (!connection.valid()) return false;
+  ::fcntl(connection.get(), F_SETFL, O_NONBLOCK);
+  // A listener whose queue is full is busy, not gone.
+  return connect_to(connection, socket_path) || errno == EAGAIN;
+}
+
+}  // namespace qv::BridgeTransport

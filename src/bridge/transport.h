@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// One request and one reply over a Unix-domain socket: one connection for each exchange.
+namespace qv::BridgeTransport {
+
+struct Options {
+  std::int64_t readTimeoutSeconds = 40;
+  std::int64_t writeTimeoutSeconds = 10;
+  char terminator = '\n';                      // ends the request and the reply
+  std::int64_t maxResponseBytes = 16'777'216;  // without the terminator
+};
+
+// Sends `request` (one JSON document without its terminator) to the bridge at
+// `socket_path` and gives its reply up to the terminator. Nothing when the bridge cannot
+// be reached, does not take the whole request, does not answer in time or at all, or
+// answers with more than is allowed. Never prints, never raises SIGPIPE.
+[[nodiscard]] std::optional<std::string> exchange(std::string_view request,
+                                                  const std::string& socket_path,
+                                                  const Options& options = {});
+
+// Whether somebody listens on the socket. Connects and writes nothing; never waits.
+[[nodiscard]] bool is_live(const std::string& socket_path);
+
+}  // namespace qv::BridgeTransport

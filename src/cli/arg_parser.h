@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "cli/verb.h"
+
+// Turns the arguments behind `qv GROUP VERB` into typed values. Unknown flags are
+// collected, not refused: an agent that uses a newer flag against an older tool still
+// gets its command run.
+namespace qv::ArgParser {
+
+// The flags that were given. A flag of another kind than asked for reads as absent.
+class ArgBox {
+ public:
+  using Value = std::variant<std::string, std::int64_t, bool, std::vector<std::string>>;
+
+  std::map<std::string, Value, std::less<>> values;
+
+  [[nodiscard]] bool has(std::string_view name) const { return values.contains(name); }
+  [[nodiscard]] std::optional<std::string> text(std::string_view name) const;
+  [[nodiscard]] std::optional<std::int64_t> integer(std::string_view name) const;
+  [[nodiscard]] std::optional<bool> boolean(std::string_view name) const;
+  // Absent also when the flag was given without a single value.
+  [[nodiscard]] std::optional<std::vector<std::string>> list(std::string_view name) const;
+};
+
+struct Parsed {
+  ArgBox box;
+  bool wantsJSON = false;
+  bool wantsHelp = false;
+  std::vector<std::string> unknown;  // undeclared flags without dashes, in the order met
+};
+
+struct ParseError {
+  std::string message;  // one sentence
+};
+
+// Yields all of standard input for a value that is "-".
+using ReadInput = std::function<std::string()>;
+
+// The first error met ends the parse. A flag given by name wins over its position.
+[[nodiscard]] std::variant<Parsed, ParseError> parse(const std::vector<std::string>& arguments,
+                                                     const Verb& verb, const ReadInput& read_input);
+
+}  // namespace qv::ArgParser

@@ -1,0 +1,24 @@
+#include "cli/runtime.h"
+
+#include <utility>
+
+#include "platform/paths.h"
+
+namespace qv {
+
+CLIRuntime::CLIRuntime(Sink out_sink, Sink err_sink)
+    : out(std::move(out_sink)), err(std::move(err_sink)) {}
+
+const CLIEnvironment& CLIRuntime::env() {
+  if (!env_) {
+    env_ = CLIEnvironment::from(process_variable, platform::application_support_directory());
+  }
+  return *env_;
+}
+
+PaneStateStore& CLIRuntime::state() {
+  if (!state_) state_.emplace(env().sessionID, env().collabSocket);
+  return *state_;
+}
+
+}  // namespace qv

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace qv::platform {
+
+// Seconds on a clock that only goes forward, and goes on while the machine sleeps where
+// the system has such a clock.
+[[nodiscard]] double monotonic_seconds();
+
+// Seconds since 1970, as the wall clock has it.
+[[nodiscard]] double wall_clock_seconds();
+
+}  // namespace qv::platform

@@ -1,0 +1,88 @@
+#include "waiting/wait_command.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <ctime>
+
+#include "base/files.h"
+#include "base/io.h"
+#include "bridge/complaints.h"
+#include "bridge/token.h"
+#include "bridge/transport.h"
+#include "platform/clock.h"
+#include "platform/parent.h"
+#include "waiting/wait_loop.h"
+
+namespace qv::waiting {
+
+namespace {
+
+// The system, the pane's record and the board's bridge as they are.
+class RealWorld : public WaitWorld {
+ public:
+  explicit RealWorld(CLIRuntime& runtime) : runtime_(runtime), env_(runtime.env()) {}
+
+  double monotonic() override { return platform::monotonic_seconds(); }
+  double wall_clock() override { return platform::wall_clock_seconds(); }
+  void sleep(double seconds) override {
+    timespec left{};
+    left.tv_sec = static_cast<time_t>(seconds);
+    left.tv_nsec = std::lround((seconds - std::floor(seconds)) * 1e9) % 1'000'000'000;
+    while (::nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+  }
+
+  bool parent_has_gone() override { return platform::parent_has_gone(parent_); }
+  bool reader_has_gone() override { return write_failed_ || io::reader_has_gone(STDOUT_FILENO); }
+  bool socket_exists() override { return files::exists(env_.collabSocket); }
+
+  std::optional<std::string> exchange(const TeamworkRequest& request) override {
+    TeamworkRequest addressed = request;
+    addressed.token = bridge_token(env_.collabTokenFile, env_.collabTokenSeed);
+    addressed.sessionID = env_.sessionID;
+    return BridgeTransport::exchange(record::to_text(addressed, json::Slashes::escaped),
+                                     env_.collabSocket);
+  }
+
+  std::int64_t cursor() override { return runtime_.state().load().lastSeenRev; }
+  void save_cursor(std::int64_t rev) override {
+    runtime_.state().update([rev](PaneState& state) {
+      state.lastSeenRev = rev;
+      state.hasCursor = true;
+    });
+  }
+
+  void out(std::string_view text) override { write_failed_ |= !runtime_.out(text); }
+  void err(std::string_view text) override { runtime_.err(text); }
+
+ private:
+  CLIRuntime& runtime_;
+  const CLIEnvironment& env_;
+  pid_t parent_ = ::getppid();
+  bool write_failed_ = false;
+};
+
+}  // namespace
+
+ExitCode run(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
+  const auto asks_for_help = [](const std::string& a) { return a == "--help" || a == "-h"; };
+  if (std::ranges::any_of(arguments, asks_for_help)) {
+    runtime.out(wait_help());
+    return ExitCode::ok;
+  }
+  RealWorld world(runtime);
+  if (runtime.env().sessionID.empty() || runtime.env().collabSocket.empty()) {
+    runtime.err(complaints::kNotInThread);
+    return ExitCode::unavailable;
+  }
+  const auto options = parse_wait_options(arguments);
+  if (const auto* error = std::get_if<UsageError>(&options)) {
+    runtime.err(error->message);
+    return ExitCode::usage;
+  }
+  return wait(std::get<WaitOptions>(options), world);
+}
+
+}  // namespace qv::waiting

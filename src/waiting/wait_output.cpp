@@ -1,0 +1,78 @@
+#include "waiting/wait_output.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "base/json.h"
+#include "base/text.h"
+
+namespace qv::waiting {
+
+namespace {
+
+// A peer's text on one line.
+std::string on_one_line(std::string_view text) {
+  std::string line(text);
+  std::ranges::replace(line, '\n', ' ');
+  return std::string(text::trimmed(line));
+}
+
+std::string moved_tasks(const std::vector<TeamworkChange>& changes) {
+  std::vector<std::string> ids;
+  for (const TeamworkChange& change : changes) {
+    const std::string id = change.taskID.value_or("");
+    if (!id.empty() && std::ranges::find(ids, id) == ids.end()) ids.push_back(id);
+  }
+  return text::joined(ids, " ");
+}
+
+}  // namespace
+
+std::string_view name_of(Ending ending) {
+  constexpr std::array<std::string_view, 5> kNames{"orphaned", "appGone", "timedOut", "refused",
+                                                   "notInAThread"};
+  return kNames[static_cast<std::size_t>(ending)];
+}
+
+std::string timed_out(std::optional<std::int64_t> timeout_seconds, std::int64_t cursor) {
+  const std::string seconds = timeout_seconds ? std::to_string(*timeout_seconds) : "the time given";
+  return "qv wait, from Quorvel and not from the person: nothing changed in " + seconds +
+         "s (rev " + std::to_string(cursor) +
+         "). You "
+         "are not finished: start `qv wait` again in the background and end "
+         "your turn.";
+}
+
+std::string ending_line(Ending ending, std::string_view message) {
+  std::string line = "{\"ending\":";
+  json::append_text(line, name_of(ending));
+  line += ",\"message\":";
+  json::append_text(line, message);
+  return line + "}";
+}
+
+std::string move_line(const TeamworkChangeFeed& feed) {
+  std::vector<std::string> parts{"rev " + std::to_string(feed.rev)};
+  const auto add = [&parts](std::string part) {
+    if (!part.empty()) parts.push_back(std::move(part));
+  };
+  add(text::joined(feed.changeKinds, ", "));
+  add(moved_tasks(feed.changes));
+  for (const TeamworkWakeReason& reason : feed.wakeReasons) {
+    const std::string summary = on_one_line(reason.summary);
+    add("woken: " + (summary.empty() ? reason.kind : summary) + " [" + reason.kind + "]");
+    if (reason.cause && !reason.cause->empty()) add("cause: " + on_one_line(*reason.cause));
+  }
+  for (const TeamworkSquadMessage& message : feed.messages) {
+    add("message from " + message.from + ": " + on_one_line(message.text));
+  }
+  if (feed.goalComplete) {
+    add("THE GOAL IS COMPLETE");
+  } else if (feed.pendingGoalComplete) {
+    add("goal completion proposed, awaiting the human");
+  }
+  return text::joined(parts, " · ");
+}
+
+}  // namespace qv::waiting

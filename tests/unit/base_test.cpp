@@ -1,0 +1,131 @@
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "base/record.h"
+#include "base/text.h"
+#include "support.h"
+
+namespace qv {
+namespace {
+
+TEST(Text, CharactersAreWhatAPersonSees) {
+  struct {
+    std::string_view text;
+    std::size_t count;
+  } constexpr kCases[] = {
+      {"", 0},
+      {"plain", 5},
+      {"e\u0301a", 2},             // a combining accent
+      {"👩‍👩‍👧!", 2},  // a joined family
+      {"🇩🇪🇫🇷", 2},                 // two flags of two code points each
+      {"a\r\nb", 3},
+  };
+  for (const auto& [text, count] : kCases) EXPECT_EQ(text::count_characters(text), count) << text;
+  EXPECT_EQ(text::first_characters("e\u0301🇩🇪x", 2), "e\u0301🇩🇪");
+  EXPECT_EQ(text::padded("e\u0301", 3), "e\u0301  ");
+}
+
+TEST(Text, CleansAndClassifiesInTheUnicodeSense) {
+  EXPECT_EQ(text::trimmed("\u00a0\t\u2003a b\u2028\n "), "a b");
+  EXPECT_EQ(text::trimmed(" \n "), "");
+  EXPECT_EQ(text::letters_digits_hyphens("ab_c.d/e é٣-½ ²"), "abcdeé٣-");
+  EXPECT_EQ(text::uppered("naïve é"), "NAÏVE É");
+  EXPECT_TRUE(text::equal_ignoring_case("ÉCLAIR", "éclair"));
+  EXPECT_EQ(text::repaired("a\xff\xc3(\xed\xa0\x80z"), "a\ufffd\ufffd(\ufffd\ufffd\ufffdz");
+  EXPECT_FALSE(text::is_utf8("\xc0\xaf"));
+  EXPECT_EQ(text::with_visible_controls("\x1b[31m\ta\r\n\x7f\u009bé"), "^[[31m\ta^M\n^?<U+009B>é");
+}
+
+TEST(Text, WholeNumbers) {
+  for (const auto* bad : {"", "+", "-", "+-1", "--1", "1 ", "0x1", "1.0", "9223372036854775808"}) {
+    EXPECT_FALSE(text::whole_number(bad)) << bad;
+  }
+  EXPECT_EQ(text::whole_number("+5"), 5);
+  EXPECT_EQ(text::whole_number("-9223372036854775808"), INT64_MIN);
+}
+
+TEST(JSON, PrintsWhatItReadSortedAndExact) {
+  const auto value = json::parse(
+      R"( {"b":[1,-0,9223372036854775807,18446744073709551615,1e22,{}],"Z":"\/\u00e9\n\u0001","a":[]} )");
+  ASSERT_TRUE(value);
+  EXPECT_EQ(
+      json::compact(*value),
+      R"({"Z":"/é\n\u0001","a":[],"b":[1,-0,9223372036854775807,18446744073709551615,1e+22,{}]})");
+  EXPECT_EQ(json::pretty(*json::parse(R"({"b":[],"a":[1,{"c":null}]})")),
+            "{\n  \"a\": [\n    1,\n    {\n      \"c\": null\n    }\n  ],\n  \"b\": []\n}");
+}
+
+TEST(JSON, DoublesSurviveToTheLastBit) {
+  std::mt19937_64 random(7);
+  for (int i = 0; i < 20000; ++i) {
+    const std::uint64_t bits = random();
+    double number = 0;
+    std::memcpy(&number, &bits, sizeof number);
+    if (!std::isfinite(number)) continue;
+    char text[40];
+    std::snprintf(text, sizeof text, "%.17g", number);
+    const auto value = json::parse(text);
+    ASSERT_TRUE(value) << text;
+    const double back = std::strtod(json::compact(*value).c_str(), nullptr);
+    ASSERT_EQ(std::memcmp(&back, &number, sizeof back), 0) << text;
+  }
+}
+
+TEST(JSON, RefusesWhatIsNotADocument) {
+  const auto nested = [](std::size_t depth) {
+    return std::string(depth, '[') + std::string(depth, ']');
+  };
+  EXPECT_TRUE(json::parse(nested(512)));
+  const std::string bad[] = {"",
+                             "{",
+                             "{} {}",
+                             "\"\xff\"",
+                             "\"\\ud800\"",
+                             "01",
+                             "1e999",
+                             "nul",
+                             "[1,]",
+                             "\"a\nb\"",
+                             nested(513),
+                             std::string(1000000, '['),
+                             "{\"a\":"
+                             "1,}",
+                             "'a'"};
+  for (const auto& text : bad) EXPECT_FALSE(json::parse(text)) << text.substr(0, 20);
+}
+
+struct Sample {
+  std::string id;
+  std::optional<std::int64_t> count;
+  bool flag = true;
+  std::vector<std::string> tags{"initial"};
+};
+
+}  // namespace
+
+template <>
+struct record::Schema<Sample> {
+  static constexpr auto fields =
+      std::tuple{required("id", &Sample::id), optional("count", &Sample::count),
+                 defaulted("flag", &Sample::flag), defaulted("tags", &Sample::tags)};
+};
+
+namespace {
+
+TEST(Record, PresenceAndTypes) {
+  const auto lenient =
+      record::from_text<Sample>(R"({"tags":null,"count":3.0,"other":[{}],"id":"x","flag":false})");
+  ASSERT_TRUE(lenient);
+  EXPECT_EQ(record::to_text(*lenient), R"({"id":"x","count":3,"flag":false,"tags":["initial"]})");
+  EXPECT_EQ(record::to_text(Sample{.id = "a/b", .count = {}, .tags = {}}, json::Slashes::escaped),
+            R"({"id":"a\/b","flag":true,"tags":[]})");
+  for (const auto* bad : {R"({})", R"({"id":null})", R"({"id":1})", R"({"id":"x","count":1.5})",
+                          R"({"id":"x","count":1e30})", R"({"id":"x","tags":["a",1]})",
+                          R"({"id":"x","flag":"true"})", R"(["id"])"}) {
+    EXPECT_FALSE(record::from_text<Sample>(bad)) << bad;
+  }
+}
+
+}  // namespace
+}  // namespace qv

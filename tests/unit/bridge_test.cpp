@@ -1,0 +1,137 @@
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <cstring>
+#include <map>
+
+#include "base/descriptor.h"
+#include "bridge/discovery.h"
+#include "bridge/token.h"
+#include "bridge/transport.h"
+#include "cli/environment.h"
+#include "support.h"
+#include "waiting/pane_state.h"
+
+namespace qv {
+namespace {
+
+namespace fs = std::filesystem;
+using BridgeDiscovery::Kind;
+
+// Binds a socket; it listens until the descriptor goes, and stays as a stale file then.
+Descriptor bound(const std::string& path) {
+  fs::create_directories(fs::path(path).parent_path());
+  Descriptor listener(::socket(AF_UNIX, SOCK_STREAM, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+  EXPECT_EQ(::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  EXPECT_EQ(::listen(listener.get(), 1), 0);
+  return listener;
+}
+
+CLIEnvironment environment(const std::string& base, std::map<std::string, std::string> variables) {
+  return CLIEnvironment::from(
+      [&](std::string_view name) {
+        const auto found = variables.find(std::string(name));
+        return found == variables.end() ? std::nullopt : std::optional(found->second);
+      },
+      base);
+}
+
+TEST(Discovery, FindsTheOneLiveInstance) {
+  const ScratchDirectory base;
+  const auto stale = [&](const std::string& name) { bound(base.file(name)).reset(); };
+  const Descriptor live = bound(base.file("Quorvel-2/teamwork-a.sock"));
+  stale("Quorvel/teamwork-old.sock");
+  stale("Quorvel2/teamwork-no.sock");
+  stale(".Quorvel-x/teamwork-no.sock");
+  base.write("Quorvel/teamwork-note.txt", "");
+  base.write("Quorvel/vault-a.sock", "not a socket");
+  fs::last_write_time(base.file("Quorvel-2/teamwork-a.sock"),
+                      fs::file_time_type::clock::now() - std::chrono::hours(1));
+
+  const auto found = BridgeDiscovery::candidates(Kind::teamwork, base.path());
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_EQ(found[0].socketPath, base.file("Quorvel/teamwork-old.sock")) << "newest first";
+  EXPECT_EQ(found[1].tokenPath, base.file("Quorvel-2/teamwork-a.token"));
+  EXPECT_EQ(BridgeDiscovery::live_socket(Kind::teamwork, base.path()), found[1].socketPath);
+  EXPECT_EQ(BridgeDiscovery::live_socket(Kind::vault, base.path()), std::nullopt);
+  EXPECT_EQ(environment(base.path(), {}).collabSocket, found[1].socketPath);
+
+  const Descriptor second = bound(base.file("Quorvel-3/teamwork-b.sock"));
+  EXPECT_EQ(BridgeDiscovery::live_socket(Kind::teamwork, base.path()), std::nullopt)
+      << "two instances, and nobody but the user can choose";
+}
+
+TEST(Discovery, PathsBesideASocket) {
+  EXPECT_EQ(BridgeDiscovery::sibling("/x/mcp-4-2.sock", Kind::vault), "/x/vault-4-2.sock");
+  EXPECT_EQ(BridgeDiscovery::sibling("mcp-42.sock", Kind::teamwork), "teamwork-42.sock");
+  EXPECT_EQ(BridgeDiscovery::sibling("/x-y/mcp.sock", Kind::vault), "");
+  EXPECT_EQ(BridgeDiscovery::token_path("/d.d/teamwork-7f3a.sock"), "/d.d/teamwork-7f3a.token");
+  EXPECT_EQ(BridgeDiscovery::token_path("/d.d/plain"), "/d.d/plain.token");
+  EXPECT_EQ(BridgeDiscovery::token_path(""), "");
+}
+
+TEST(Environment, VariablesThenSeatThenSearch) {
+  const ScratchDirectory base;
+  const Descriptor live = bound(base.file("Quorvel/teamwork-a.sock"));
+  base.write("Quorvel/agent-seat", "secret\n /x/mcp-42.sock \n");
+  const auto seated = environment(base.path(), {{"QUORVEL_COLLAB_TOKEN", "seed"}});
+  EXPECT_EQ(seated.notesSocket, "/x/mcp-42.sock");
+  EXPECT_EQ(seated.collabSocket, "/x/teamwork-42.sock");
+  EXPECT_EQ(seated.vaultTokenFile, "/x/vault-42.token");
+  EXPECT_EQ(seated.collabTokenSeed, "seed");
+  const auto told =
+      environment(base.path(), {{"QUORVEL_COLLAB_SOCKET", ""}, {"QUORVEL_MCP_TOKEN_FILE", "/t"}});
+  EXPECT_EQ(told.collabSocket + told.collabTokenFile, "") << "present but empty: no search";
+  EXPECT_EQ(told.notesTokenFile, "/t");
+  for (const auto* one_line : {"secret", "secret\n  \n"}) {
+    base.write("Quorvel/agent-seat", one_line);
+    EXPECT_EQ(environment(base.path(), {}).collabSocket, base.file("Quorvel/teamwork-a.sock"));
+  }
+}
+
+TEST(Token, FileWinsUnlessItSaysNothing) {
+  const ScratchDirectory directory;
+  EXPECT_EQ(bridge_token(directory.write("a", "  abc\n"), "seed"), "abc");
+  EXPECT_EQ(bridge_token(directory.write("b", " \n\t"), "seed"), "seed");
+  EXPECT_EQ(bridge_token(directory.write("c", "\xff"), "seed"), "seed");
+  EXPECT_EQ(bridge_token(directory.path(), "seed"), "seed");
+  ASSERT_EQ(::mkfifo(directory.file("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(bridge_token(directory.file("pipe"), "seed"), "seed") << "never waits for a writer";
+}
+
+TEST(Transport, PathsOf103BytesWorkAndNoLonger) {
+  const ScratchDirectory directory;
+  const std::string fits = directory.file(std::string(103 - directory.path().size() - 1, 's'));
+  const Descriptor listener = bound(fits);
+  EXPECT_TRUE(BridgeTransport::is_live(fits));
+  EXPECT_FALSE(BridgeTransport::is_live(fits + "s"));
+  EXPECT_FALSE(BridgeTransport::is_live(""));
+}
+
+TEST(PaneState, KeepsAWholeRecordOrTheDefault) {
+  const ScratchDirectory home;
+  const std::string socket = home.file("board.sock");
+  const PaneStateStore store("ab_c.d/e", socket);
+  EXPECT_EQ(store.load(), PaneState{});
+  const PaneState state{.lastSeenRev = 7, .hasCursor = true, .fingerprint = "f"};
+  store.save(state);
+  EXPECT_EQ(home.read("cli-state/abcde.json"),
+            R"({"lastSeenRev":7,"hasCursor":true,"fingerprint":"f"})");
+  EXPECT_EQ(fs::status(home.file("cli-state")).permissions(), fs::perms::owner_all);
+  EXPECT_EQ(store.load(), state);
+  for (const auto* bad :
+       {R"({"lastSeenRev":7})", R"({"lastSeenRev":"7","hasCursor":true})", "", "{"}) {
+    home.write("cli-state/abcde.json", bad);
+    EXPECT_EQ(store.load(), PaneState{}) << bad;
+  }
+  PaneStateStore("..__", socket).save(state);
+  PaneStateStore("", socket).save(state);
+  EXPECT_EQ(std::distance(fs::directory_iterator(home.file("cli-state")), {}), 1);
+}
+
+}  // namespace
+}  // namespace qv
