@@ -47,6 +47,16 @@ process::Command git(const std::string& folder, std::initializer_list<const char
   return command;
 }
 
+// Whether the folder or one above it holds a repository; asking git would cost a process.
+bool has_repository(std::string folder) {
+  struct stat status {};
+  for (;;) {
+    if (::stat((folder + "/.git").c_str(), &status) == 0) return true;
+    if (folder.empty()) return false;
+    folder.resize(folder.rfind('/'));
+  }
+}
+
 // The commit and the top of the work tree, printed one below the other.
 std::optional<Tree> find_tree(const std::string& folder, std::vector<std::string>& environment) {
   process::Command ask = git(folder, {"rev-parse", "HEAD", "--show-toplevel"});
@@ -115,6 +125,7 @@ std::optional<std::string> read_folder_state(const std::string& folder,
   for (const std::string_view name : kRedirections) {
     if (find(environment, name) != nullptr) return std::nullopt;
   }
+  if (!has_repository(folder)) return std::nullopt;
   Environment for_git = environment;
   for_git["GIT_OPTIONAL_LOCKS"] = "0";
   std::vector<std::string> variables = as_strings(for_git);

@@ -9,7 +9,7 @@
 #include <csignal>
 
 #include "build/folder_state.h"
-#include "scratch.h"
+#include "support.h"
 
 namespace qv::build {
 namespace {
@@ -42,8 +42,8 @@ class FolderState : public testing::Test {
     return text.substr(std::min<std::size_t>(45, text.size()));
   }
 
-  test::Scratch scratch_;
-  std::string repo_ = scratch_ / "repo";
+  ScratchDirectory scratch_;
+  std::string repo_ = scratch_.file("repo");
   Environment environment_;
 };
 
@@ -92,8 +92,8 @@ TEST_F(FolderState, IsExactOrAbsent) {
   }
   EXPECT_EQ(read_folder_state(scratch_.path(), environment_), std::nullopt) << "no work tree";
   scratch_.write("young/file", "");
-  ASSERT_EQ(std::system(("git -C '" + (scratch_ / "young") + "' init -q").c_str()), 0);
-  EXPECT_EQ(read_folder_state(scratch_ / "young", environment_), std::nullopt) << "no commit";
+  ASSERT_EQ(std::system(("git -C '" + (scratch_.file("young")) + "' init -q").c_str()), 0);
+  EXPECT_EQ(read_folder_state(scratch_.file("young"), environment_), std::nullopt) << "no commit";
 }
 
 TEST_F(FolderState, EndsAtTwoThousandPaths) {

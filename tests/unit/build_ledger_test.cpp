@@ -12,7 +12,7 @@
 
 #include "base/files.h"
 #include "platform/machine.h"
-#include "scratch.h"
+#include "support.h"
 
 namespace qv::build {
 namespace {
@@ -49,15 +49,17 @@ BuildLease lease_of(pid_t pid, double late_by = 0) {
 
 class Ledger : public testing::Test {
  protected:
-  test::Scratch scratch_;
-  std::string dir_ = scratch_ / "a/builds";
+  ScratchDirectory scratch_;
+  std::string dir_ = scratch_.file("a/builds");
   std::shared_ptr<BuildLedger> ledger_ = BuildLedger::open(dir_);
 
-  void put(const std::string& name, std::string_view bytes) {
+  void put(const std::string& name, const std::string& bytes) {
     scratch_.write("a/builds/" + name, bytes);
   }
   void put(const std::string& name, const BuildLease& lease) { put(name, record::to_text(lease)); }
-  [[nodiscard]] bool has(const std::string& name) const { return scratch_.has("a/builds/" + name); }
+  [[nodiscard]] bool has(const std::string& name) const {
+    return std::filesystem::exists(std::filesystem::symlink_status(dir_ + "/" + name));
+  }
   [[nodiscard]] std::set<pid_t> live() const {
     std::set<pid_t> pids;
     for (const BuildLease& lease : ledger_->read_live()) pids.insert(lease.pid);
@@ -69,20 +71,20 @@ TEST_F(Ledger, IsPrivateOrNone) {
   ASSERT_NE(ledger_, nullptr);
   struct stat status {};
   for (const char* folder : {"a", "a/builds", "a/builds/logs"}) {
-    ASSERT_EQ(::stat((scratch_ / folder).c_str(), &status), 0);
+    ASSERT_EQ(::stat((scratch_.file(folder)).c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0700U) << folder;
   }
   ASSERT_EQ(::stat((dir_ + "/lock").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
 
   for (const char* folder : {"a/builds", "a/builds/logs"}) {
-    ::chmod((scratch_ / folder).c_str(), 0722);
+    ::chmod((scratch_.file(folder)).c_str(), 0722);
     EXPECT_EQ(BuildLedger::open(dir_), nullptr) << folder << " is writable by others";
-    ::chmod((scratch_ / folder).c_str(), 0755);
+    ::chmod((scratch_.file(folder)).c_str(), 0755);
     EXPECT_NE(BuildLedger::open(dir_), nullptr) << folder << " is readable by others";
   }
   scratch_.write("file", "");
-  EXPECT_EQ(BuildLedger::open(scratch_ / "file/builds"), nullptr);
+  EXPECT_EQ(BuildLedger::open(scratch_.file("file/builds")), nullptr);
 }
 
 TEST_F(Ledger, WritesLeasesWhole) {
@@ -107,7 +109,7 @@ TEST_F(Ledger, WritesLeasesWhole) {
   lease.reason = "memory";
   ledger_->write(lease);
   EXPECT_EQ(ledger_->read_live(), std::vector{lease});
-  put(files::name_of(path).data(), "spoilt");
+  put(std::string(files::name_of(path)), "spoilt");
   ledger_->write(lease);
   EXPECT_EQ(ledger_->read_live(), std::vector{lease}) << "written again over another's bytes";
   ledger_->remove(lease.pid);
@@ -165,26 +167,26 @@ TEST_F(Ledger, StaysInsideItself) {
   dead.end();
   scratch_.write("mine.log", "precious");
   scratch_.write("mine.json", record::to_text(lease_of(::getpid())));
-  stale.log = scratch_ / "mine.log";
+  stale.log = scratch_.file("mine.log");
   put("1.json", stale);
-  ::symlink((scratch_ / "mine.json").c_str(), (dir_ + "/2.json").c_str());
-  ::symlink((scratch_ / "mine.log").c_str(), ledger_->log_path(::getpid()).c_str());
+  ::symlink((scratch_.file("mine.json")).c_str(), (dir_ + "/2.json").c_str());
+  ::symlink((scratch_.file("mine.log")).c_str(), ledger_->log_path(::getpid()).c_str());
   ::mkdir((dir_ + "/3.json").c_str(), 0700);
   ::mkfifo((dir_ + "/4.json").c_str(), 0600);
   EXPECT_TRUE(live().empty());
-  EXPECT_TRUE(scratch_.has("mine.log"));
-  EXPECT_TRUE(scratch_.has("mine.json"));
+  EXPECT_TRUE(files::exists(scratch_.file("mine.log")));
+  EXPECT_TRUE(files::exists(scratch_.file("mine.json")));
   EXPECT_FALSE(has("1.json") || has("2.json") || has("4.json"));
   EXPECT_TRUE(has("3.json"));
 
   BuildLease own = lease_of(::getpid());
-  own.log = scratch_ / "mine.log";
+  own.log = scratch_.file("mine.log");
   EXPECT_FALSE(ledger_->open_log(own).valid()) << "another directory";
   own.log = ledger_->log_path(own.pid);
   EXPECT_FALSE(ledger_->open_log(own).valid()) << "a link";
   EXPECT_TRUE(ledger_->create_log(own.pid).valid());
   EXPECT_TRUE(ledger_->open_log(own).valid());
-  EXPECT_EQ(files::read(scratch_ / "mine.log"), "precious");
+  EXPECT_EQ(files::read(scratch_.file("mine.log")), "precious");
   own.log = "..";
   EXPECT_FALSE(ledger_->open_log(own).valid());
 }

@@ -9,7 +9,7 @@
 #include <limits>
 
 #include "platform/machine.h"
-#include "scratch.h"
+#include "support.h"
 
 namespace qv::platform {
 namespace {
@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
 
 struct Fake {
-  test::Scratch root;
+  ScratchDirectory root;
 
   void stall(const std::string& some, const std::string& full) const {
     root.write("proc/pressure/memory", "some avg10=" + some + " avg60=50.00 avg300=0.00 total=9\n" +
