@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,9 @@
 #include "cli/dispatch.h"
 #include "cli/exit_code.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
   if (argc > 1 && std::strcmp(argv[1], "__build") == 0) return qv::build::run(argv[0], argv + 2);
 
@@ -30,4 +33,16 @@ int main(int argc, char** argv) {
                 std::strerror(standard_output.error()) + ".");
   }
   return status_of(qv::ExitCode::unavailable);
+}
+
+}  // namespace
+
+// The one thing that is thrown anywhere is the want of memory.
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    static_cast<void>(qv::io::write_all(2, "qv: there is not enough memory for this.\n"));
+    return status_of(qv::ExitCode::unavailable);
+  }
 }

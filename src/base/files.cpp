@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 
 #include "base/descriptor.h"
@@ -22,6 +23,22 @@ std::optional<struct stat> status_of(const std::string& path) {
   return status;
 }
 
+// A limit on the size of files makes a write fail instead of ending the process.
+class FileSizeSignalIgnored {
+ public:
+  FileSizeSignalIgnored() {
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    ::sigaction(SIGXFSZ, &ignore, &before_);
+  }
+  ~FileSizeSignalIgnored() { ::sigaction(SIGXFSZ, &before_, nullptr); }
+  FileSizeSignalIgnored(const FileSizeSignalIgnored&) = delete;
+  FileSizeSignalIgnored& operator=(const FileSizeSignalIgnored&) = delete;
+
+ private:
+  struct sigaction before_ {};
+};
+
 }  // namespace
 
 std::optional<std::string> read(const std::string& path) {
@@ -33,11 +50,14 @@ std::optional<std::string> read(const std::string& path) {
 }
 
 bool replace(const std::string& path, std::string_view bytes) {
-  return replace_through(path + "." + std::to_string(::getpid()) + ".tmp", path, bytes);
+  // A short name, since the file's own may be as long as names can be.
+  const std::string temporary = directory_of(path) + "/." + std::to_string(::getpid()) + ".tmp";
+  return replace_through(temporary, path, bytes);
 }
 
 bool replace_through(const std::string& temporary, const std::string& path,
                      std::string_view bytes) {
+  const FileSizeSignalIgnored from_here;
   ::unlink(temporary.c_str());
   Descriptor file(
       ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
@@ -72,9 +92,10 @@ bool is_executable(const std::string& path) {
 }
 
 bool is_own_directory(const std::string& path) {
-  struct stat status {};
-  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-         status.st_uid == ::geteuid();
+  struct stat entry {};
+  const auto target = status_of(path);
+  return target && S_ISDIR(target->st_mode) && target->st_uid == ::geteuid() &&
+         ::lstat(path.c_str(), &entry) == 0 && entry.st_uid == ::geteuid();
 }
 
 std::string directory_of(std::string_view path) {

@@ -30,7 +30,7 @@ bool make_private_directories(const std::string& path);
 // A regular file (or a link to one) that this user may run.
 [[nodiscard]] bool is_executable(const std::string& path);
 
-// A directory (not a link to one) that belongs to this user.
+// A directory that belongs to this user, or this user's own link to one.
 [[nodiscard]] bool is_own_directory(const std::string& path);
 
 // The part before the last slash ("." without one), and the part after it.

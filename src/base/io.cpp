@@ -15,13 +15,21 @@ std::optional<std::string> read_to_end(int fd, std::size_t limit) {
   for (;;) {
     if (used == bytes.size()) bytes.resize(std::max<std::size_t>(4096, used * 2));
     const ssize_t count = ::read(fd, bytes.data() + used, bytes.size() - used);
+    if (count < 0 && errno == EAGAIN) {
+      pollfd ready{fd, POLLIN, 0};
+      ::poll(&ready, 1, -1);
+      continue;
+    }
     if (count < 0) {
       if (errno == EINTR) continue;
       return std::nullopt;
     }
     if (count == 0) break;
     used += static_cast<std::size_t>(count);
-    if (used > limit) return std::nullopt;
+    if (used > limit) {
+      errno = EFBIG;
+      return std::nullopt;
+    }
   }
   bytes.resize(used);
   return bytes;
@@ -43,7 +51,7 @@ bool write_all(int fd, std::string_view bytes) {
 }
 
 bool reader_has_gone(int fd) {
-  pollfd state{fd, 0, 0};
+  pollfd state{fd, POLLOUT, 0};  // macOS tells nothing to who asks for nothing
   return ::poll(&state, 1, 0) > 0 && (state.revents & (POLLERR | POLLHUP)) != 0;
 }
 

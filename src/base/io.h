@@ -8,7 +8,8 @@
 // Descriptors read and written to the end, whatever signals and short counts intervene.
 namespace qv::io {
 
-// Everything up to end of file; absent on an error or beyond `limit` bytes.
+// Everything up to end of file, waiting where the descriptor is non-blocking; absent on an
+// error, with errno set: EFBIG beyond `limit` bytes.
 [[nodiscard]] std::optional<std::string> read_to_end(int fd, std::size_t limit);
 
 // Writes all bytes, waiting where the descriptor is non-blocking. False with errno set.

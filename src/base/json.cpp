@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <utility>
 
 namespace qv::json {
@@ -92,7 +93,7 @@ class Builder {
   }
 
   bool close(std::size_t count) {
-    const std::size_t index = std::exchange(open_.back(), 0);
+    const std::size_t index = open_.back();
     open_.pop_back();
     Node& node = document_.nodes_[index];
     node.size = static_cast<std::uint32_t>(count);

@@ -130,7 +130,8 @@ class Document {
 };
 
 // Reads one JSON document (strict UTF-8, at most 512 levels deep). Integers keep all 64
-// bits, other numbers are the nearest double. Absent when the text is not such a document.
+// bits, other numbers are the nearest double. Absent when the text is not such a document, or
+// holds a number beyond every double.
 [[nodiscard]] std::optional<Document> parse(std::string_view text);
 
 // A member added to the outermost object while it is printed, in the place of one of the

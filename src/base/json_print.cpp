@@ -142,7 +142,7 @@ constexpr auto kSpecial = [] {
   return special;
 }();
 
-// The first position from `i` on where a special byte may stand, eight bytes at a time.
+// The first position from `i` on where a special byte stands, eight bytes at a time.
 std::size_t plain_run(std::string_view text, std::size_t i) {
   constexpr std::uint64_t kOnes = 0x0101010101010101;
   constexpr std::uint64_t kHighs = 0x8080808080808080;
@@ -190,7 +190,7 @@ void append_text(std::string& out, std::string_view text, Slashes slashes) {
   std::size_t plain = 0;  // start of the run that needs no escape
   for (std::size_t i = plain_run(text, 0); i < text.size(); i = plain_run(text, i)) {
     const auto byte = static_cast<unsigned char>(text[i++]);
-    if (!kSpecial[byte] || (byte == '/' && slashes == Slashes::plain)) continue;
+    if (byte == '/' && slashes == Slashes::plain) continue;
     out += text.substr(plain, i - 1 - plain);
     append_escape(out, byte);
     plain = i;

@@ -13,6 +13,7 @@
 // leaves the member's initial value. Keys the table does not know are ignored. Nothing
 // is half decoded on failure that anybody looks at: decode says false and that is all.
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <concepts>
@@ -151,7 +152,7 @@ bool decode_record(json::Value value, T& out) {
           next + tried < table.size() ? next + tried : next + tried - table.size();
       if (table[i].key != member.key) continue;
       const std::uint64_t bit = std::uint64_t{1} << i;
-      if ((seen & bit) != 0) table[i].reset(out);  // of several equal keys the last one stands
+      if ((seen & bit) != 0) table[i].reset(out);  // a key that comes again
       if (!table[i].read(member.value, out)) return false;
       seen |= bit;
       next = i + 1;
@@ -191,8 +192,25 @@ bool decode_number(json::Value value, T& out) {
 }
 
 template <class T>
+inline constexpr std::size_t required_count = static_cast<std::size_t>(
+    std::ranges::count_if(slots<T>, [](const Slot<T>& slot) { return slot.required; }));
+
+// What cannot be a T is refused before there is memory for a whole list of them.
+template <class T>
+bool may_be(json::Value value) {
+  if constexpr (std::same_as<T, std::string>) {
+    return value.is(json::Kind::text);
+  } else {
+    return value.is(json::Kind::object) && value.size() >= required_count<T>;
+  }
+}
+
+template <class T>
 bool decode_list(json::Value value, std::vector<T>& out) {
   if (!value.is(json::Kind::array)) return false;
+  for (const json::Value element : value.elements()) {
+    if (!may_be<T>(element)) return false;
+  }
   out.resize(value.size());
   std::size_t i = 0;
   for (const json::Value element : value.elements()) {

@@ -57,6 +57,12 @@ bool is_letter_or_digit(utf8proc_int32_t point) {
   }
 }
 
+bool is_mark(utf8proc_int32_t point) {
+  const auto category = utf8proc_category(point);
+  return category == UTF8PROC_CATEGORY_MN || category == UTF8PROC_CATEGORY_MC ||
+         category == UTF8PROC_CATEGORY_ME;
+}
+
 template <class Map>
 std::string mapped(std::string_view text, Map map) {
   std::string out;
@@ -181,8 +187,16 @@ std::string letters_digits_hyphens(std::string_view text) {
   std::string out;
   Characters characters(text);
   for (auto character = characters.next(); !character.empty(); character = characters.next()) {
-    const CodePoint point = code_point_at(character, 0);
-    if (character == "-" || (point.length > 0 && is_letter_or_digit(point.value))) out += character;
+    if (character == "-") out += '-';
+    if (!is_letter_or_digit(code_point_at(character, 0).value)) continue;
+    for (std::size_t i = 0; i < character.size();) {
+      const CodePoint point = code_point_at(character, i);
+      if (point.length == 0) break;
+      if (is_letter_or_digit(point.value) || is_mark(point.value)) {
+        out += character.substr(i, point.length);
+      }
+      i += point.length;
+    }
   }
   return out;
 }
@@ -219,16 +233,6 @@ std::optional<std::int64_t> whole_number(std::string_view text) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
   return number;
-}
-
-std::string indented(std::string_view lines, std::string_view prefix) {
-  std::string out;
-  for (const std::string_view line : split(lines, '\n')) {
-    if (!out.empty()) out += '\n';
-    out += prefix;
-    out += line;
-  }
-  return out;
 }
 
 }  // namespace qv::text

@@ -47,7 +47,7 @@ class Characters {
 // Blanks added on the right until the text is `width` characters wide.
 [[nodiscard]] std::string padded(std::string_view text, std::size_t width);
 
-// Only the characters that are letters, decimal digits or the hyphen.
+// Only the characters that are letters (with their marks), decimal digits or the hyphen.
 [[nodiscard]] std::string letters_digits_hyphens(std::string_view text);
 
 // Control characters other than line feed and tab made visible: ^[ for escape, ^? for
@@ -70,7 +70,9 @@ template <class List>
   return out;
 }
 
-// The lines of a text, each behind `prefix`.
-[[nodiscard]] std::string indented(std::string_view lines, std::string_view prefix);
+// There, and not empty.
+[[nodiscard]] inline bool given(const std::optional<std::string>& text) {
+  return text && !text->empty();
+}
 
 }  // namespace qv::text

@@ -9,33 +9,7 @@
 #include "bridge/token.h"
 #include "bridge/transport.h"
 
-namespace qv {
-
-namespace board {
-
-struct BucketIds {
-  std::vector<std::string> yours;
-  std::vector<std::string> forYou;
-  std::vector<std::string> readyToClaim;
-  std::vector<std::string> waiting;
-  std::vector<std::string> done;
-  std::vector<std::string> rejected;
-};
-
-}  // namespace board
-
-template <>
-struct record::Schema<board::BucketIds> {
-  using Ids = board::BucketIds;
-  static constexpr auto fields = std::tuple{required("yours", &Ids::yours),
-                                            required("forYou", &Ids::forYou),
-                                            required("readyToClaim", &Ids::readyToClaim),
-                                            required("waiting", &Ids::waiting),
-                                            required("done", &Ids::done),
-                                            required("rejected", &Ids::rejected)};
-};
-
-namespace board {
+namespace qv::board {
 
 namespace {
 
@@ -49,9 +23,11 @@ bool refused(const TeamworkResponse& response) {
 // Later reads depend on who this pane is, so what a reply tells about it is kept.
 void remember(const TeamworkResponse& response, json::Value reply, std::string_view method,
               CLIRuntime& runtime) {
-  const TeamworkAgent* seat = own_seat(response);
   const bool left = method == "unregister" && !refused(response);
-  const bool seat_known = seat != nullptr || left || response.kind == Kind::agents;
+  const bool tells_seat = response.kind == Kind::agents ||
+                          (response.kind == Kind::registered && response.agent.has_value());
+  const TeamworkAgent* seat = tells_seat ? own_seat(response) : nullptr;
+  const bool seat_known = tells_seat || left;
   if (!seat_known && !response.obligations) return;
   runtime.state().update([&](PaneState& state) {
     if (seat_known) {
@@ -67,35 +43,45 @@ void remember(const TeamworkResponse& response, json::Value reply, std::string_v
 }
 
 std::string reader_of(const TeamworkResponse& response, CLIRuntime& runtime) {
-  if (response.kind != Kind::tasks) return "";
   if (const TeamworkAgent* seat = own_seat(response)) return seat->fingerprint;
   return runtime.state().load().fingerprint.value_or("");
 }
 
-std::vector<std::string> ids_of(const TaskBuckets::Tasks& tasks) {
-  std::vector<std::string> ids;
-  for (const TeamworkTask* task : tasks) ids.push_back(task->id);
-  return ids;
-}
+struct BucketName {
+  std::string_view name;
+  TaskBuckets::Tasks TaskBuckets::*tasks;
+};
+
+constexpr BucketName kBucketNames[] = {
+    {"yours", &TaskBuckets::yours},
+    {"forYou", &TaskBuckets::forYou},
+    {"readyToClaim", &TaskBuckets::readyToClaim},
+    {"waiting", &TaskBuckets::waiting},
+    {"done", &TaskBuckets::done},
+    {"rejected", &TaskBuckets::rejected},
+};
 
 // A task list's JSON also carries the ids of each bucket, so that a script sees the same
 // grouping as the prose.
 std::string bucket_ids(const std::vector<TeamworkTask>& tasks, std::string_view reader) {
   const TaskBuckets buckets = grouped(tasks, reader);
-  return record::to_text(BucketIds{
-      .yours = ids_of(buckets.yours),
-      .forYou = ids_of(buckets.forYou),
-      .readyToClaim = ids_of(buckets.readyToClaim),
-      .waiting = ids_of(buckets.waiting),
-      .done = ids_of(buckets.done),
-      .rejected = ids_of(buckets.rejected),
-  });
+  std::string out;
+  for (const auto& [name, bucket] : kBucketNames) {
+    std::vector<std::string> ids;
+    for (const TeamworkTask* task : buckets.*bucket) ids.push_back(task->id);
+    out += out.empty() ? "{" : ",";
+    json::append_text(out, name);
+    out += ":";
+    record::encode(ids, out);
+  }
+  return out + "}";
 }
 
 std::string as_json(const TeamworkResponse& response, json::Value reply, std::string_view method,
                     CLIRuntime& runtime) {
-  if (method != "list_tasks" || !response.tasks) return json::pretty(reply);
-  const std::string ids = bucket_ids(*response.tasks, reader_of(response, runtime));
+  if (method != "list_tasks" || refused(response)) return json::pretty(reply);
+  const std::string ids = bucket_ids(response.tasks.value_or(std::vector<TeamworkTask>{}),
+                                     reader_of(response, runtime));
   const auto buckets = json::parse(ids);
   return buckets ? json::pretty(reply, json::AddedMember{"buckets", *buckets})
                  : json::pretty(reply);
@@ -103,7 +89,8 @@ std::string as_json(const TeamworkResponse& response, json::Value reply, std::st
 
 std::string as_prose(const TeamworkResponse& response, std::string_view method, const Flags& flags,
                      CLIRuntime& runtime) {
-  const std::string reader = reader_of(response, runtime);
+  const std::string reader =
+      response.kind == Kind::tasks ? reader_of(response, runtime) : std::string();
   return render(response, {
                               .method = method,
                               .reader = reader,
@@ -127,6 +114,8 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
     runtime.err(refusal->message);
     return ExitCode::refused;
   }
+  const std::string dropped = TeamworkRequestBuilder::unused_flags(flags);
+  if (!dropped.empty()) runtime.err(dropped);
   const std::string request =
       record::to_text(std::get<TeamworkRequest>(outcome), json::Slashes::escaped);
   const auto bytes = BridgeTransport::exchange(request, env.collabSocket);
@@ -155,6 +144,4 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
   return refused(response) ? ExitCode::refused : ExitCode::ok;
 }
 
-}  // namespace board
-
-}  // namespace qv
+}  // namespace qv::board

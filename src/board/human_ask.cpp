@@ -72,7 +72,7 @@ std::string encoded(const Ask& ask, const std::string& question) {
   const bool plain = payload.kind == kPlainKind && !payload.options && !payload.secret_name &&
                      !payload.artifact && !payload.consequence;
   if (plain) return question;
-  return "[[ask:" + record::to_text(payload) + "]]" + " " + question;
+  return "[[ask:" + record::to_text(payload) + "]] " + question;
 }
 
 }  // namespace TeamworkHumanAsk

@@ -62,8 +62,10 @@ std::string closing_line(const std::vector<Cut>& cuts, std::string_view command)
     next += cut.next;
   }
   if (shown.empty() && problems.empty()) return "";
+  const std::string whole = std::string(command);
   return "(" + (shown.empty() ? "" : "Shown: " + text::joined(shown, "; ") + ". ") + problems +
-         "`" + std::string(command) + next + "` shows the rest.)";
+         (next.empty() ? "" : "`" + whole + next + "` goes on, ") + "`" + whole +
+         "` shows it whole.)";
 }
 
 }  // namespace qv::board

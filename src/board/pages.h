@@ -38,8 +38,8 @@ struct Cut {
 // has none.
 [[nodiscard]] std::vector<std::string_view> lines_of(std::string_view text);
 
-// One line that says what was cut and gives the exact command that shows the rest; empty when
-// nothing was left out.
+// One line that says what was cut and gives the exact commands that go on and that show it
+// whole; empty when nothing was left out.
 [[nodiscard]] std::string closing_line(const std::vector<Cut>& cuts, std::string_view command);
 
 }  // namespace qv::board

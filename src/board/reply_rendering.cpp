@@ -17,10 +17,8 @@ using Kind = TeamworkResponse::Kind;
 constexpr std::string_view kNoAgents = "No agents are registered in this Thread right now.";
 constexpr std::string_view kNoGoal = "This Thread has no goal yet.";
 
-bool given(const std::optional<std::string>& text) { return text && !text->empty(); }
-
 std::string message_or(const TeamworkResponse& response, std::string_view otherwise) {
-  return given(response.message) ? *response.message : std::string(otherwise);
+  return text::given(response.message) ? *response.message : std::string(otherwise);
 }
 
 std::string roster(const TeamworkResponse& response) {
@@ -56,7 +54,7 @@ std::string task_page(const TeamworkTask& task, const View& view) {
   const std::vector<Cut> cuts{cut(lines_of(task.body), view.page, kBody),
                               cut(log, view.log_page, kLog)};
   TeamworkTask shown = task;
-  shown.body = text::joined(cuts[0].lines, "\n");
+  if (view.page.asked()) shown.body = text::joined(cuts[0].lines, "\n");
   shown.log.assign(cuts[1].lines.begin(), cuts[1].lines.end());
   return with_closing_line(task_detail(shown), closing_line(cuts, "qv task read " + task.id));
 }
@@ -139,9 +137,9 @@ std::string body(const TeamworkResponse& response, const View& view) {
 
 std::string render(const TeamworkResponse& response, const View& view) {
   std::string out = body(response, view);
-  if (given(response.notice)) out += "\n\n" + *response.notice;
-  if (given(response.subscribeURL)) out += "\n\nSubscribe: " + *response.subscribeURL;
-  if (given(response.threadTag)) out += "\n\n(thread " + *response.threadTag + ")";
+  if (text::given(response.notice)) out += "\n\n" + *response.notice;
+  if (text::given(response.subscribeURL)) out += "\n\nSubscribe: " + *response.subscribeURL;
+  if (text::given(response.threadTag)) out += "\n\n(thread " + *response.threadTag + ")";
   if (response.obligations && !response.obligations->clear) {
     const std::string owed = obligations_summary(*response.obligations);
     if (!owed.empty()) out += "\n" + owed;

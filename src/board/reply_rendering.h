@@ -14,7 +14,7 @@ struct View {
   std::string_view reader;   // the fingerprint of the reader's seat; empty without one
   bool include_all = false;  // list done and declined work in full
   Page page;                 // lines of a task's body, or of the plan
-  Page log_page;             // entries of a task's log
+  Page log_page;             // lines of a task's log
 };
 
 // The whole text for one reply: the body for its kind, then the bridge's notice, the

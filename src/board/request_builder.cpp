@@ -162,4 +162,16 @@ Outcome build(std::string_view method, const Flags& flags, const std::string& to
   return request;
 }
 
+std::string unused_flags(const Flags& flags) {
+  if (flags.has("blockerQuestion")) return "";
+  std::vector<std::string> unused;
+  for (const std::string_view name : {"blockerKind", "blockerOptions", "blockerSecretName",
+                                      "blockerArtifact", "blockerConsequence"}) {
+    if (flags.has(name)) unused.push_back("--" + std::string(name));
+  }
+  if (unused.empty()) return "";
+  return "qv: " + text::joined(unused, ", ") +
+         " only goes with --blockerQuestion and was not sent.";
+}
+
 }  // namespace qv::TeamworkRequestBuilder

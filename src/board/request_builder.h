@@ -19,4 +19,8 @@ using Outcome = std::variant<TeamworkRequest, Refused>;
 [[nodiscard]] Outcome build(std::string_view method, const ArgParser::ArgBox& flags,
                             const std::string& token, const std::string& sessionID);
 
+// The sentence about flags that say nothing without another one and were not sent; empty
+// when there are none.
+[[nodiscard]] std::string unused_flags(const ArgParser::ArgBox& flags);
+
 }  // namespace qv::TeamworkRequestBuilder

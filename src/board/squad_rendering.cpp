@@ -1,6 +1,7 @@
 #include "board/squad_rendering.h"
 
-#include <algorithm>
+#include <limits>
+#include <map>
 #include <set>
 
 #include "base/text.h"
@@ -32,12 +33,19 @@ std::string_view state_word(std::string_view state) {
 
 // The handles of the reader's own helpers and, down the chain of asking, of theirs.
 std::set<std::string_view> own_helpers(const std::vector<TeamworkHelperRun>& runs) {
+  std::multimap<std::string_view, std::string_view> asked;  // by whom, for whom
+  std::vector<std::string_view> found;
+  for (const TeamworkHelperRun& run : runs) {
+    asked.emplace(run.askedBy, run.handle);
+    if (run.yours) found.push_back(run.handle);
+  }
   std::set<std::string_view> own;
-  for (bool grown = true; grown;) {
-    grown = false;
-    for (const TeamworkHelperRun& run : runs) {
-      if (run.yours || own.contains(run.askedBy)) grown |= own.insert(run.handle).second;
-    }
+  while (!found.empty()) {
+    const std::string_view handle = found.back();
+    found.pop_back();
+    if (!own.insert(handle).second) continue;
+    const auto [first, end] = asked.equal_range(handle);
+    for (auto it = first; it != end; ++it) found.push_back(it->second);
   }
   return own;
 }
@@ -129,14 +137,15 @@ std::string squad_paragraph(const TeamworkSquadState& squad) {
 std::string helper_limit(const TeamworkSquadState& squad) {
   if (!squad.helperLimit || !squad.helpersRunning) return "";
   const std::string limit = std::to_string(*squad.helperLimit);
+  constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
   std::int64_t remaining = 0;
-  const bool overflows =
-      __builtin_sub_overflow(*squad.helperLimit, *squad.helpersRunning, &remaining);
-  const bool none_left = overflows ? *squad.helperLimit < 0 : remaining < 1;
+  if (__builtin_sub_overflow(*squad.helperLimit, *squad.helpersRunning, &remaining)) {
+    remaining = *squad.helperLimit > 0 ? kMost : 0;
+  }
   return "HELPER LIMIT: " + std::to_string(*squad.helpersRunning) + " of " + limit +
          " helpers are running in this thread, so " +
-         (none_left ? "none may start until one is stopped. "
-                    : std::to_string(remaining) + " more may start. ") +
+         (remaining < 1 ? "none may start until one is stopped. "
+                        : std::to_string(remaining) + " more may start. ") +
          "The " + limit +
          " are shared by every agent here and a helper's own helpers count. "
          "The helpers you ask for are yours to manage: ask for no more than the work splits into, "

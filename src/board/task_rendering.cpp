@@ -6,16 +6,14 @@ namespace qv::board {
 
 namespace {
 
-bool given(const std::optional<std::string>& text) { return text && !text->empty(); }
-
 TaskBuckets::Tasks& bucket_of(const TeamworkTask& task, std::string_view reader,
                               TaskBuckets& buckets) {
   if (task.state == "done") return buckets.done;
   if (task.state == "rejected") return buckets.rejected;
-  const bool held = given(task.ownerFingerprint);
+  const bool held = text::given(task.ownerFingerprint);
   if (!reader.empty() && task.ownerFingerprint == reader) return buckets.yours;
   if (!reader.empty() && task.routedToFingerprint == reader && !held) return buckets.forYou;
-  const bool aimed_at_live_peer = given(task.routedToFingerprint) && task.routedToLive;
+  const bool aimed_at_live_peer = text::given(task.routedToFingerprint) && task.routedToLive;
   if (task.ready && !task.blocked && !held && !aimed_at_live_peer) return buckets.readyToClaim;
   return buckets.waiting;
 }
@@ -25,8 +23,8 @@ void append_row(std::string& out, const TeamworkTask& task) {
   out.append(task.id).append("  ").append(text::padded(text::uppered(task.state), kStateWidth));
   out.append("  ").append(task.title);
   if (task.blocked) out += "  [BLOCKED]";
-  if (given(task.ownerFingerprint)) out.append("  held by ").append(*task.ownerFingerprint);
-  if (given(task.routedToFingerprint)) {
+  if (text::given(task.ownerFingerprint)) out.append("  held by ").append(*task.ownerFingerprint);
+  if (text::given(task.routedToFingerprint)) {
     out.append("  → ").append(*task.routedToFingerprint);
     if (!task.routedToLive) out += " (gone)";
   }
@@ -103,14 +101,15 @@ std::string task_list(const std::vector<TeamworkTask>& tasks, std::string_view r
 
 std::string task_detail(const TeamworkTask& task) {
   std::string out = task.id + "  " + text::uppered(task.state) + "  " + task.title;
-  if (given(task.routedToFingerprint)) {
+  if (text::given(task.routedToFingerprint)) {
     out.append("\naimed at: ").append(*task.routedToFingerprint);
     if (!task.routedToLive) out += " (nobody home there)";
   }
-  if (given(task.reportsToHandle)) out.append("\nasked for by: ").append(*task.reportsToHandle);
+  if (text::given(task.reportsToHandle))
+    out.append("\nasked for by: ").append(*task.reportsToHandle);
   if (task.type) out.append("\ntype: ").append(*task.type);
   out.append("\npriority: ").append(std::to_string(task.priority));
-  if (given(task.ownerFingerprint)) {
+  if (text::given(task.ownerFingerprint)) {
     out.append("\nheld by: ").append(*task.ownerFingerprint);
     if (task.claimLeaseSecondsRemaining) {
       out.append(" (lease ").append(std::to_string(*task.claimLeaseSecondsRemaining)).append("s)");

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <memory>
 #include <utility>
 
@@ -67,16 +66,14 @@ std::string token_path(const std::string& socket) {
 
 std::vector<Candidate> candidates(Kind kind, const std::string& base) {
   const std::string prefix = std::string(word(kind)) + "-";
-  constexpr std::int64_t kDistantPast = std::numeric_limits<std::int64_t>::min();
-  std::vector<std::pair<std::int64_t, Candidate>> dated;
+  std::vector<std::pair<std::optional<platform::FileTime>, Candidate>> dated;
   for (const std::string& instance : names_in(base)) {
     const std::string directory = base + "/" + instance;
     if (!is_instance_name(instance) || !files::is_directory(directory)) continue;
     for (const std::string& name : names_in(directory)) {
       if (!name.starts_with(prefix) || !name.ends_with(".sock")) continue;
       const std::string path = directory + "/" + name;
-      const std::int64_t date = platform::modification_time(path).value_or(kDistantPast);
-      dated.push_back({date, {path, token_path(path)}});
+      dated.push_back({platform::modification_time(path), {path, token_path(path)}});
     }
   }
   std::ranges::stable_sort(dated, [](const auto& a, const auto& b) { return a.first > b.first; });

@@ -24,6 +24,7 @@ class Parser {
     while (next_ < arguments_.size() && !error_) take(arguments_[next_++]);
     if (!error_) assign_positionals();
     if (!error_) check_required();
+    if (!error_ && !parsed_.wantsHelp) read_inputs();
     if (error_) return *error_;
     return std::move(parsed_);
   }
@@ -33,7 +34,8 @@ class Parser {
 
   void take(std::string_view argument) {
     const bool two_dashes = argument.starts_with("--");
-    if (!argument.starts_with('-') || argument == "-" || (!two_dashes && argument.size() > 2)) {
+    if (!argument.starts_with('-') || argument == "-" ||
+        (!two_dashes && text::count_characters(argument) > 2)) {
       positionals_.emplace_back(argument);
       return;
     }
@@ -84,7 +86,10 @@ class Parser {
 
   void store(const Flag& flag, std::string_view value) {
     switch (flag.kind) {
-      case FlagKind::string: set(flag, value == "-" ? read_input_() : std::string(value)); return;
+      case FlagKind::string:
+        if (value == "-") from_input_.push_back(&flag);
+        set(flag, std::string(value));
+        return;
       case FlagKind::integer: {
         const auto number = text::whole_number(text::trimmed(value));
         if (!number) return fail(expectation(flag, "a whole number", value));
@@ -143,6 +148,14 @@ class Parser {
          text::joined(missing, ", "));
   }
 
+  // Last, so that neither an error nor a call for help waits for what somebody types.
+  void read_inputs() {
+    if (from_input_.empty()) return;
+    const auto input = read_input_();
+    if (!input) return fail("standard input is larger than anything a bridge takes.");
+    for (const Flag* flag : from_input_) set(*flag, *input);
+  }
+
   void set(const Flag& flag, ArgBox::Value value) {
     parsed_.box.values.insert_or_assign(std::string(flag.name), std::move(value));
   }
@@ -159,6 +172,7 @@ class Parser {
   const ReadInput& read_input_;
   std::size_t next_ = 0;
   std::vector<std::string> positionals_;
+  std::vector<const Flag*> from_input_;  // given as "-"
   Parsed parsed_;
   std::optional<ParseError> error_;
 };

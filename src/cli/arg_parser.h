@@ -42,8 +42,8 @@ struct ParseError {
   std::string message;  // one sentence
 };
 
-// Yields all of standard input for a value that is "-".
-using ReadInput = std::function<std::string()>;
+// Yields all of standard input for the values that are "-"; absent when that is too much.
+using ReadInput = std::function<std::optional<std::string>()>;
 
 // The first error met ends the parse. A flag given by name wins over its position.
 [[nodiscard]] std::variant<Parsed, ParseError> parse(const std::vector<std::string>& arguments,

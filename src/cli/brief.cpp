@@ -47,7 +47,7 @@ WORKING WITH THE OTHER TERMINALS
     qv squad hands "<what>" "..."             have a helper started on new work, with its brief
     qv squad stop <handle>                    stop a helper you asked for
   A task is aimed at one agent: assigning over a standing aim takes the work off its holder, and both of you are told. Handing a task over records you as who asked for it, unless someone already asked; its result comes back to whoever that is.
-  Nothing you write is ever typed at another terminal, and nothing here closes one, except that stopping a helper ends the terminal it was started in.
+  Nothing you write is ever typed at another terminal, and nothing you write closes one.
   A thread runs at most )";
 
 constexpr std::string_view kAfterHelperLimit =

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <span>
 
 #include "base/io.h"
@@ -33,14 +34,15 @@ bool is_help_flag(std::string_view argument) { return argument == "--help" || ar
 
 Arguments rest_of(const Arguments& arguments) { return {arguments.begin() + 1, arguments.end()}; }
 
-// A value given as "-". What is not UTF-8 cannot be sent on, and is told apart from an
-// input that was empty.
-std::string standard_input(CLIRuntime& runtime) {
-  constexpr std::size_t kNoLimit = static_cast<std::size_t>(-1);
-  auto input = io::read_to_end(STDIN_FILENO, kNoLimit);
-  if (input && text::is_utf8(*input)) return std::move(*input);
+// A value given as "-"; absent when it is too large. What is not UTF-8 cannot be sent on, and
+// is told apart from an input that was empty.
+std::optional<std::string> standard_input(CLIRuntime& runtime) {
+  constexpr std::size_t kLargest = std::size_t{64} << 20;
+  auto input = io::read_to_end(STDIN_FILENO, kLargest);
+  if (!input && errno == EFBIG) return std::nullopt;
+  if (input && text::is_utf8(*input)) return input;
   runtime.err("qv: standard input could not be read as UTF-8 text, so it counts as empty.");
-  return "";
+  return std::string();
 }
 
 ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& arguments,

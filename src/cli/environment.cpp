@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "base/text.h"
 #include "bridge/discovery.h"
 
 namespace qv {
@@ -41,7 +42,10 @@ BridgePaths locate(Kind kind, const BridgeVariables& names, const EnvironmentMap
 
 CLIEnvironment CLIEnvironment::from(const EnvironmentMap& variables,
                                     const std::string& application_support) {
-  const auto text = [&](std::string_view name) { return variables(name).value_or(""); };
+  // What goes into a request has to be UTF-8; a path may be any bytes.
+  const auto text = [&](std::string_view name) {
+    return text::repaired(variables(name).value_or(""));
+  };
   CLIEnvironment env;
   env.agentSeatFile = application_support + "/Quorvel/agent-seat";
   const auto seat = BridgeDiscovery::seat_socket(env.agentSeatFile);
@@ -63,7 +67,7 @@ CLIEnvironment CLIEnvironment::from(const EnvironmentMap& variables,
       bridge(Kind::vault, {"QUORVEL_VAULT_SOCKET", "QUORVEL_VAULT_TOKEN_FILE"});
   env.vaultSocket = vault.socket;
   env.vaultTokenFile = vault.token_file;
-  env.secretBin = text("QUORVEL_SECRET_BIN");
+  env.secretBin = variables("QUORVEL_SECRET_BIN").value_or("");
   return env;
 }
 

@@ -34,20 +34,18 @@ inline constexpr std::string_view kSuggestDetail =
     "A second suggestion with the same name replaces the first.";
 
 inline constexpr std::string_view kHandsDetail =
-    "Files the work as a ticket, or takes one already here with --taskID, and starts a helper in a "
-    "terminal of its own to do it. The helper reads the ticket and nothing else, so the brief has "
-    "to "
-    "stand alone. You are woken when it finishes, when it is free again, or when it could not be "
-    "started. With --to the work goes to another of your Macs, which decides for itself what it "
-    "accepts. Every helper counts against this thread's limit until somebody stops it.";
+    "Files the work as a ticket, or takes one already here with --taskID, and starts a "
+    "helper in a terminal of its own to do it. The helper reads the ticket and nothing else, "
+    "so the brief has to stand alone. You are woken when it finishes, when it is free again, "
+    "or when it could not be started. With --to the work goes to another of your Macs, which "
+    "decides for itself what it accepts. Every helper counts against this thread's limit "
+    "until somebody stops it.";
 
 inline constexpr std::string_view kStopDetail =
-    "Stopping cancels what the helper is doing and closes its terminal; the tasks it held go back "
-    "to "
-    "the pool. Only whoever asked for a helper, an agent further up that chain of asking, or the "
-    "person can stop it, and the helpers it asked for stop with it. Read its result first, then "
-    "stop "
-    "it: a finished helper still counts against the limit."
+    "Stopping cancels what the helper is doing, and the tasks it held go back to the pool. "
+    "Only whoever asked for a helper, an agent further up that chain of asking, or the "
+    "person can stop it, and the helpers it asked for stop with it. Read its result first, "
+    "then stop it: a finished helper still counts against the limit."
     " From here that is `qv squad stop <handle>`.";
 
 inline constexpr Flag kTaskAddFlags[] = {

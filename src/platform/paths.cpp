@@ -7,11 +7,16 @@
 
 namespace qv::platform {
 
+std::string without_final_slashes(std::string path) {
+  while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+  return path;
+}
+
 std::string home_directory() {
   const char* home = std::getenv("HOME");
-  if (home != nullptr && *home != '\0') return home;
+  if (home != nullptr && *home == '/') return without_final_slashes(home);
   const passwd* entry = ::getpwuid(::getuid());
-  return entry != nullptr && entry->pw_dir != nullptr ? entry->pw_dir : "";
+  return entry != nullptr && entry->pw_dir != nullptr ? without_final_slashes(entry->pw_dir) : "";
 }
 
 }  // namespace qv::platform

@@ -5,7 +5,10 @@
 // Where the system keeps a user's files. Paths are absolute, without a final slash.
 namespace qv::platform {
 
-// $HOME when set and not empty, else the user database's entry; empty when neither says.
+// A path without the slashes at its end.
+[[nodiscard]] std::string without_final_slashes(std::string path);
+
+// $HOME when it is an absolute path, else the user database's entry; empty when neither says.
 [[nodiscard]] std::string home_directory();
 
 // The user's application support directory; not created.

@@ -13,10 +13,10 @@ std::string application_support_directory() {
 
 std::string temporary_directory() {
   const char* directory = std::getenv("TMPDIR");
-  if (directory != nullptr && *directory == '/') return directory;
+  if (directory != nullptr && *directory == '/') return without_final_slashes(directory);
   char path[PATH_MAX];
   const std::size_t length = ::confstr(_CS_DARWIN_USER_TEMP_DIR, path, sizeof path);
-  return length > 0 && length <= sizeof path ? path : "/tmp";
+  return length > 0 && length <= sizeof path ? without_final_slashes(path) : "/tmp";
 }
 
 }  // namespace qv::platform

@@ -7,7 +7,7 @@ namespace qv::platform {
 
 std::string application_support_directory() {
   const char* data = std::getenv("XDG_DATA_HOME");
-  if (data != nullptr && *data == '/') return data;
+  if (data != nullptr && *data == '/') return without_final_slashes(data);
   const std::string home = home_directory();
   const std::string local = home + "/.local/share";
   return files::is_directory(local) ? local : home + "/Library/Application Support";
@@ -16,7 +16,7 @@ std::string application_support_directory() {
 std::string temporary_directory() {
   for (const char* name : {"TMPDIR", "XDG_RUNTIME_DIR"}) {
     const char* directory = std::getenv(name);
-    if (directory != nullptr && *directory == '/') return directory;
+    if (directory != nullptr && *directory == '/') return without_final_slashes(directory);
   }
   return "/tmp";
 }

@@ -22,7 +22,8 @@ namespace {
 // The system, the pane's record and the board's bridge as they are.
 class RealWorld : public WaitWorld {
  public:
-  explicit RealWorld(CLIRuntime& runtime) : runtime_(runtime), env_(runtime.env()) {}
+  RealWorld(CLIRuntime& runtime, pid_t parent)
+      : runtime_(runtime), env_(runtime.env()), parent_(parent) {}
 
   double monotonic() override { return platform::monotonic_seconds(); }
   double wall_clock() override { return platform::wall_clock_seconds(); }
@@ -61,7 +62,7 @@ class RealWorld : public WaitWorld {
  private:
   CLIRuntime& runtime_;
   const CLIEnvironment& env_;
-  pid_t parent_ = ::getppid();
+  pid_t parent_;
   bool write_failed_ = false;
 };
 
@@ -73,7 +74,7 @@ ExitCode run(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
     runtime.out(wait_help());
     return ExitCode::ok;
   }
-  RealWorld world(runtime);
+  const pid_t parent = ::getppid();  // before anything that takes time
   if (runtime.env().sessionID.empty() || runtime.env().collabSocket.empty()) {
     runtime.err(complaints::kNotInThread);
     return ExitCode::unavailable;
@@ -83,6 +84,7 @@ ExitCode run(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
     runtime.err(error->message);
     return ExitCode::usage;
   }
+  RealWorld world(runtime, parent);
   return wait(std::get<WaitOptions>(options), world);
 }
 

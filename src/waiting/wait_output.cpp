@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <unordered_set>
 #include <vector>
 
 #include "base/json.h"
@@ -14,15 +15,17 @@ namespace {
 // A peer's text on one line.
 std::string on_one_line(std::string_view text) {
   std::string line(text);
-  std::ranges::replace(line, '\n', ' ');
+  std::ranges::replace_if(
+      line, [](char c) { return c == '\n' || c == '\r'; }, ' ');
   return std::string(text::trimmed(line));
 }
 
 std::string moved_tasks(const std::vector<TeamworkChange>& changes) {
-  std::vector<std::string> ids;
+  std::vector<std::string_view> ids;
+  std::unordered_set<std::string_view> seen;
   for (const TeamworkChange& change : changes) {
-    const std::string id = change.taskID.value_or("");
-    if (!id.empty() && std::ranges::find(ids, id) == ids.end()) ids.push_back(id);
+    const std::string_view id = change.taskID ? *change.taskID : std::string_view();
+    if (!id.empty() && seen.insert(id).second) ids.push_back(id);
   }
   return text::joined(ids, " ");
 }

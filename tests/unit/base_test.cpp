@@ -30,6 +30,7 @@ TEST(Text, CleansAndClassifiesInTheUnicodeSense) {
   EXPECT_EQ(text::trimmed("\u00a0\t\u2003a b\u2028\n "), "a b");
   EXPECT_EQ(text::trimmed(" \n "), "");
   EXPECT_EQ(text::letters_digits_hyphens("ab_c.d/e é٣-½ ²"), "abcdeé٣-");
+  EXPECT_EQ(text::letters_digits_hyphens("ൎ/xe\u0301-\u0301"), "ൎxe\u0301");
   EXPECT_EQ(text::uppered("naïve é"), "NAÏVE É");
   EXPECT_TRUE(text::equal_ignoring_case("ÉCLAIR", "éclair"));
   EXPECT_EQ(text::repaired("a\xff\xc3(\xed\xa0\x80z"), "a\ufffd\ufffd(\ufffd\ufffd\ufffdz");
