@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,6 +23,12 @@ struct Options {
 [[nodiscard]] std::optional<std::string> exchange(std::string_view request,
                                                   const std::string& socket_path,
                                                   const Options& options = {});
+
+// The same exchange for a reply that need not be held: each piece is given away as it
+// arrives. False where `exchange` gives nothing; what was given away is void then.
+[[nodiscard]] bool stream(std::string_view request, const std::string& socket_path,
+                          const std::function<void(std::string_view piece)>& take,
+                          const Options& options = {});
 
 // Whether somebody listens on the socket. Connects and writes nothing; never waits.
 [[nodiscard]] bool is_live(const std::string& socket_path);
