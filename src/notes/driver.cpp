@@ -1,8 +1,11 @@
 #include "notes/driver.h"
 
+#include <utility>
+
 #include "bridge/complaints.h"
 #include "bridge/token.h"
 #include "bridge/transport.h"
+#include "notes/note_stream.h"
 #include "notes/rendering.h"
 #include "notes/request_builder.h"
 
@@ -11,6 +14,25 @@ namespace qv::notes {
 namespace {
 
 using Kind = MCPBridgeResponse::Kind;
+
+struct Answer {
+  std::string json;
+  std::optional<std::string> page;  // the note's page, when its text never came to memory
+};
+
+// Absent when the bridge did not answer.
+std::optional<Answer> ask(const MCPBridgeRequest& request, const std::string& socket,
+                          const View& view, bool wantsJSON) {
+  const std::string text = record::to_text(request, json::Slashes::escaped);
+  if (wantsJSON || !(view.offset || view.limit)) {
+    auto reply = BridgeTransport::exchange(text, socket);
+    return reply ? std::optional(Answer{std::move(*reply), {}}) : std::nullopt;
+  }
+  NoteStream stream(view.offset, view.limit);
+  const auto take = [&stream](std::string_view piece) { stream.take(piece); };
+  if (!BridgeTransport::stream(text, socket, take)) return std::nullopt;
+  return Answer{stream.frame(), stream.page()};
+}
 
 // A reply that cannot be read counts as a refusal.
 ExitCode status_for(const std::optional<MCPBridgeResponse>& response, const Verb& verb) {
@@ -30,28 +52,30 @@ ExitCode run(const Verb& verb, const ArgParser::ArgBox& flags, bool wantsJSON,
   }
   const MCPBridgeRequest request = MCPRequestBuilder::build(
       verb.method, flags, bridge_token(env.notesTokenFile, env.notesTokenSeed), env.sessionID);
-  auto bytes =
-      BridgeTransport::exchange(record::to_text(request, json::Slashes::escaped), env.notesSocket);
-  if (!bytes) {
+  View view{verb.method, flags.integer("offset"), flags.integer("limit")};
+  auto answer = ask(request, env.notesSocket, view, wantsJSON);
+  if (!answer) {
     runtime.err(complaints::not_answering("notes"));
     return ExitCode::unavailable;
   }
-  auto reply = json::parse(*bytes);
-  if (reply) bytes.reset();  // a reply may be large, and the value holds all of it
+  auto reply = json::parse(answer->json);
   std::optional<MCPBridgeResponse> response(std::in_place);
   if (!reply || !record::decode(*reply, *response)) response.reset();
 
   const ExitCode status = status_for(response, verb);
   if (wantsJSON) {
-    runtime.out(reply ? json::pretty(*reply) : *bytes);
+    runtime.out(reply ? json::pretty(*reply) : answer->json);
   } else if (!response) {
     runtime.err("qv: the notes bridge sent a reply this build could not read.");
   } else if (status == ExitCode::notFound) {
     runtime.err("qv note " + std::string(verb.name) +
                 ": no note by that name in this room. `qv note list` shows what is here.");
   } else {
-    reply.reset();
-    runtime.out(render(*response, {verb.method, flags.integer("offset"), flags.integer("limit")}));
+    if (answer->page && response->note) {
+      response->note->content = std::move(*answer->page);
+      view.offset = view.limit = std::nullopt;
+    }
+    runtime.out(render(*response, view));
   }
   return status;
 }
