@@ -15,23 +15,33 @@ namespace {
 
 using Kind = MCPBridgeResponse::Kind;
 
+// The bridge's answer: the reply as it came or, where the note's text never came to memory,
+// its frame and the page.
 struct Answer {
-  std::string json;
-  std::optional<std::string> page;  // the note's page, when its text never came to memory
+  BridgeTransport::Reply whole;
+  std::string frame;
+  std::optional<std::string> page;
+
+  [[nodiscard]] std::string_view json() const { return whole.bytes ? whole.view() : frame; }
 };
 
-// Absent when the bridge did not answer.
+// Absent when there was none.
 std::optional<Answer> ask(const MCPBridgeRequest& request, const std::string& socket,
                           const View& view, bool wantsJSON) {
   const std::string text = record::to_text(request, json::Slashes::escaped);
+  Answer answer;
   if (wantsJSON || !(view.offset || view.limit)) {
     auto reply = BridgeTransport::exchange(text, socket);
-    return reply ? std::optional(Answer{std::move(*reply), {}}) : std::nullopt;
+    if (!reply) return std::nullopt;
+    answer.whole = std::move(*reply);
+    return answer;
   }
   NoteStream stream(view.offset, view.limit);
   const auto take = [&stream](std::string_view piece) { stream.take(piece); };
   if (!BridgeTransport::stream(text, socket, take)) return std::nullopt;
-  return Answer{stream.frame(), stream.page()};
+  answer.frame = stream.frame();
+  answer.page = stream.page();
+  return answer;
 }
 
 // A reply that cannot be read counts as a refusal.
@@ -58,13 +68,13 @@ ExitCode run(const Verb& verb, const ArgParser::ArgBox& flags, bool wantsJSON,
     runtime.err(complaints::not_answering("notes"));
     return ExitCode::unavailable;
   }
-  auto reply = json::parse(answer->json);
+  const auto reply = json::parse(answer->json());
   std::optional<MCPBridgeResponse> response(std::in_place);
   if (!reply || !record::decode(*reply, *response)) response.reset();
 
   const ExitCode status = status_for(response, verb);
   if (wantsJSON) {
-    runtime.out(reply ? json::pretty(*reply) : answer->json);
+    runtime.out(reply ? json::pretty(*reply) : std::string(answer->json()));
   } else if (!response) {
     runtime.err("qv: the notes bridge sent a reply this build could not read.");
   } else if (status == ExitCode::notFound) {
