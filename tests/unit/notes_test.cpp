@@ -74,31 +74,6 @@ TEST(LinePage, BoundsLinesAndPagesInCharacters) {
   }
 }
 
-TEST(NotesReply, RendersByKind) {
-  struct Row {
-    std::string_view reply, text;
-  };
-  const Row rows[] = {
-      {R"({"kind":"note"})", "No note."},
-      {R"({"kind":"note","message":"m","notebooks":[]})", "No note."},
-      {R"({"kind":"notes","notes":null,"message":"m"})",
-       "This room has no notes yet. That never means the user has none; their library is "
-       "separate and they lend notes in."},
-      {R"({"kind":"error","notebooks":[],"message":"m"})", "No notebooks."},
-      {R"({"kind":"empty"})", "Nothing here."},
-      {R"({"kind":"written","message":"m","notice":"","threadTag":""})", "m"},
-      {R"({"kind":"written","message":"m","notice":"n","threadTag":"T-1"})",
-       "m\nn\n\n(thread T-1)"},
-  };
-  for (const Row& row : rows) {
-    const auto response = record::from_text<MCPBridgeResponse>(row.reply);
-    ASSERT_TRUE(response) << row.reply;
-    EXPECT_EQ(notes::render(*response, {.method = "list_notes", .offset = {}, .limit = {}}),
-              row.text)
-        << row.reply;
-  }
-}
-
 TEST(NotesReply, CannotBeReadWithoutARequiredKey) {
   const std::string whole =
       R"({"kind":"notes",)"
