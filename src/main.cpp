@@ -8,11 +8,13 @@
 
 #include "base/io.h"
 #include "base/output.h"
+#include "build/entry.h"
 #include "cli/dispatch.h"
 #include "cli/exit_code.h"
 
 int main(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
+  if (argc > 1 && std::strcmp(argv[1], "__build") == 0) return qv::build::run(argv[0], argv + 2);
 
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
 

@@ -33,15 +33,19 @@ std::optional<std::string> read(const std::string& path) {
 }
 
 bool replace(const std::string& path, std::string_view bytes) {
-  const std::string fresh = path + "." + std::to_string(::getpid()) + ".tmp";
-  ::unlink(fresh.c_str());
+  return replace_through(path + "." + std::to_string(::getpid()) + ".tmp", path, bytes);
+}
+
+bool replace_through(const std::string& temporary, const std::string& path,
+                     std::string_view bytes) {
+  ::unlink(temporary.c_str());
   Descriptor file(
-      ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!file.valid()) return false;
   const bool written = io::write_all(file.get(), bytes) && ::fchmod(file.get(), 0600) == 0;
   const bool closed = ::close(file.release()) == 0;
-  if (written && closed && ::rename(fresh.c_str(), path.c_str()) == 0) return true;
-  ::unlink(fresh.c_str());
+  if (written && closed && ::rename(temporary.c_str(), path.c_str()) == 0) return true;
+  ::unlink(temporary.c_str());
   return false;
 }
 

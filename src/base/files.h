@@ -16,6 +16,10 @@ namespace qv::files {
 // that a reader sees the old content or the new. False, with nothing changed, on failure.
 [[nodiscard]] bool replace(const std::string& path, std::string_view bytes);
 
+// The same through a new file at `temporary`, which may be left over from a crash.
+[[nodiscard]] bool replace_through(const std::string& temporary, const std::string& path,
+                                   std::string_view bytes);
+
 // Creates the directory and its missing parents with mode 0700. False when it is not
 // there afterwards.
 bool make_private_directories(const std::string& path);

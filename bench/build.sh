@@ -1,0 +1,95 @@
+#!/bin/sh
+# What the build coordinator costs, against doing the same without it. Builds the release
+# program first; then every row is measured against its peer, by turns, on this machine.
+# Usage: bench/build.sh [MEGABYTES_FOR_THE_PUMP]
+set -eu
+here=$(cd "$(dirname "$0")" && pwd)
+megabytes=${1:-1024}
+dir=$here/../build/bench
+cmake -S "$here/.." -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQV_LTO=ON -DQV_TESTS=OFF \
+  -DQV_BENCH=ON >/dev/null
+cmake --build "$dir" >/dev/null
+qv=$dir/qv
+empty=$dir/bench_empty
+versus=$dir/bench_versus
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+mkdir "$scratch/plain" "$scratch/repo" "$scratch/home"
+export HOME="$scratch/home" QUORVEL_BUILD_MEMORY_OFF=1
+unset QUORVEL_BUILD_SLOT QUORVEL_BUILD_SLOT_OFF
+cp "$empty" "$scratch/cargo"
+cp "$dir/bench_spray" "$scratch/go"
+
+row() { printf '%-46s %10s %10s %8s   %s\n' "$@"; }
+calc() { awk "BEGIN { printf \"%.${2:-2}f\", $1 }"; }
+row "what" "peer" "qv" "ratio" "target"
+
+cd "$scratch/plain"
+set -- $("$versus" 2000 : "$empty" : env QUORVEL_BUILD_SLOT=1 "$empty" \
+  : env QUORVEL_BUILD_SLOT=1 "$qv" __build "$empty" : "$qv" __build "$scratch/cargo" build \
+  : "$qv" __build "$empty")
+row "direct path / the program, ms" "$1" "$(calc "$1+$3-$2" 4)" "$(calc "($1+$3-$2)/$1")" "2.2"
+row "not a known tool / the program, ms" "$1" "$5" "$(calc "$5/$1")" ""
+row "coordinated without a key - direct, ms" "$5" "$4" "+$(calc "$4-$5")" "+1.5"
+
+cd "$scratch/repo"
+git init -q .
+i=0
+while [ $i -lt 100 ]; do
+  mkdir "d$i"
+  j=0
+  while [ $j -lt 100 ]; do
+    echo "file $i $j" >"d$i/f$j"
+    j=$((j + 1))
+  done
+  i=$((i + 1))
+done
+git add -A
+git -c user.name=b -c user.email=b@b commit -qm files
+i=0
+while [ $i -lt 20 ]; do
+  echo changed >>"d$i/f$i"
+  i=$((i + 1))
+done
+git status --porcelain >/dev/null
+set -- $("$versus" 60 : git status --porcelain : "$qv" __build "$scratch/cargo" build : "$empty")
+row "keyed build / git status, 10,000 files, ms" "$1" "$(calc "$2-$3" 4)" "$(calc "($2-$3)/$1")" "2.5"
+
+seconds_of() {
+  start=$(date +%s.%N)
+  "$@"
+  end=$(date +%s.%N)
+  calc "$end-$start" 3
+}
+reader() { cat >/dev/null; }
+with_tee() { "$dir/bench_spray" "$megabytes" | tee "$scratch/tee.out" | reader; }
+with_pump() { "$qv" __build "$scratch/go" build "$megabytes" 2>/dev/null | reader; }
+with_follower() {
+  "$qv" __build "$scratch/go" build "$megabytes" 2>/dev/null | reader &
+  sleep 0.1
+  "$qv" __build "$scratch/go" build "$megabytes" 2>/dev/null | reader
+  wait
+}
+# The tool's first argument is its subcommand.
+cat >"$scratch/go" <<END
+#!/bin/sh
+exec "$dir/bench_spray" "\$2"
+END
+best() {
+  least=
+  for _ in 1 2 3 4 5; do
+    now=$(seconds_of "$@")
+    rm -f "$scratch/tee.out"
+    if [ -z "$least" ] || [ "$(calc "$now<$least" 0)" = 1 ]; then least=$now; fi
+  done
+  echo "$least"
+}
+tee=$(best with_tee)
+pump=$(best with_pump)
+both=$(best with_follower)
+speed() { calc "$megabytes/$1" 0; }
+row "pump / tool | tee file, MB/s" "$(speed "$tee")" "$(speed "$pump")" "$(calc "$tee/$pump")" "0.80"
+row "the same with a follower, MB/s each" "$(speed "$tee")" "$(speed "$both")" "$(calc "$tee/$both")" "0.40"
+echo
+if [ -x "$dir/bench_build_pass" ]; then "$dir/bench_build_pass" "$qv"; fi

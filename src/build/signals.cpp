@@ -1,0 +1,114 @@
+// A coordinator lives through three stretches. While it queues, a stop signal ends it,
+// after its lease is gone. While its tool runs, the stop signals are the tool's. And
+// when the tool has been reaped they are nobody's: its process id may already belong to
+// somebody else. Handlers do all of it; no second thread is needed, because each only
+// makes one or two calls that are safe in a handler.
+
+#include "build/signals.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
+namespace qv::build {
+
+namespace {
+
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<pid_t>::is_always_lock_free);
+
+char file_to_remove[PATH_MAX];
+std::atomic<pid_t> forward_to{0};
+std::atomic<int> wake_descriptor{-1};
+
+struct sigaction action(void (*handler)(int)) {
+  struct sigaction made {};
+  made.sa_handler = handler;
+  ::sigemptyset(&made.sa_mask);
+  return made;
+}
+
+bool is_ignored(const struct sigaction& disposition) {
+  return (disposition.sa_flags & SA_SIGINFO) == 0 && disposition.sa_handler == SIG_IGN;
+}
+
+void remove_and_end(int signal) {
+  ::unlink(file_to_remove);
+  const struct sigaction usual = action(SIG_DFL);
+  ::sigaction(signal, &usual, nullptr);
+  ::raise(signal);
+}
+
+void forward(int signal) {
+  const int error = errno;
+  if (const pid_t pid = forward_to.load(); pid > 0) ::kill(pid, signal);
+  errno = error;
+}
+
+void wake(int) {
+  const int error = errno;
+  (void)!::write(wake_descriptor.load(), "", 1);
+  errno = error;
+}
+
+}  // namespace
+
+CallerSignals::CallerSignals() {
+  ::sigprocmask(SIG_SETMASK, nullptr, &mask_);
+  ::sigemptyset(&reset_);
+  const struct sigaction ignore = action(SIG_IGN);
+  const struct sigaction usual = action(SIG_DFL);
+  ::sigaction(SIGPIPE, &ignore, &broken_pipe_);
+  ::sigaction(SIGXFSZ, &ignore, &file_size_);
+  ::sigaction(SIGCHLD, &usual, &child_);
+  if (!is_ignored(broken_pipe_)) ::sigaddset(&reset_, SIGPIPE);
+  if (!is_ignored(file_size_)) ::sigaddset(&reset_, SIGXFSZ);
+}
+
+void CallerSignals::restore() const {
+  ::sigaction(SIGPIPE, &broken_pipe_, nullptr);
+  ::sigaction(SIGXFSZ, &file_size_, nullptr);
+  ::sigaction(SIGCHLD, &child_, nullptr);
+  ::sigprocmask(SIG_SETMASK, &mask_, nullptr);
+}
+
+SignalsHeld::SignalsHeld() {
+  sigset_t held;
+  ::sigemptyset(&held);
+  for (const int signal : kStopSignals) ::sigaddset(&held, signal);
+  ::sigaddset(&held, SIGTSTP);
+  ::sigprocmask(SIG_BLOCK, &held, &before_);
+}
+
+SignalsHeld::~SignalsHeld() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+void remove_file_on_stop(const std::string& path) {
+  if (path.size() >= sizeof file_to_remove) return;
+  std::memcpy(file_to_remove, path.c_str(), path.size() + 1);
+  const struct sigaction ending = action(remove_and_end);
+  for (const int signal : kStopSignals) {
+    struct sigaction before {};
+    ::sigaction(signal, nullptr, &before);
+    if (!is_ignored(before)) ::sigaction(signal, &ending, nullptr);
+  }
+}
+
+void forward_stop_signals(pid_t pid, int wake_fd) {
+  forward_to = pid;
+  wake_descriptor = wake_fd;
+  const struct sigaction forwarding = action(forward);
+  for (const int signal : kStopSignals) ::sigaction(signal, &forwarding, nullptr);
+  struct sigaction waking = action(wake);
+  waking.sa_flags = SA_NOCLDSTOP;
+  ::sigaction(SIGCHLD, &waking, nullptr);
+  sigset_t child;
+  ::sigemptyset(&child);
+  ::sigaddset(&child, SIGCHLD);
+  ::sigprocmask(SIG_UNBLOCK, &child, nullptr);
+}
+
+void stop_forwarding() { forward_to = 0; }
+
+}  // namespace qv::build

@@ -1,0 +1,63 @@
+#include "platform/machine.h"
+
+#include <mach/mach.h>
+#include <mach/mach_host.h>
+#include <sys/sysctl.h>
+#include <sys/time.h>
+
+#include <algorithm>
+#include <thread>
+
+namespace qv::platform {
+
+namespace {
+
+std::optional<std::int32_t> system_value(const char* name) {
+  std::int32_t value = 0;
+  std::size_t size = sizeof value;
+  if (::sysctlbyname(name, &value, &size, nullptr, 0) != 0 || size != sizeof value) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+}  // namespace
+
+int pressure_level() { return system_value("kern.memorystatus_vm_pressure_level").value_or(1); }
+
+int active_cores() {
+  if (const auto cores = system_value("hw.activecpu")) return std::max(*cores, 1);
+  return std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
+}
+
+std::optional<std::uint64_t> available_memory() {
+  const mach_port_t host = ::mach_host_self();
+  vm_size_t page = 0;
+  vm_statistics64_data_t pages{};
+  mach_msg_type_number_t count = HOST_VM_INFO64_COUNT;
+  const bool read =
+      ::host_page_size(host, &page) == KERN_SUCCESS &&
+      ::host_statistics64(host, HOST_VM_INFO64, reinterpret_cast<host_info64_t>(&pages), &count) ==
+          KERN_SUCCESS;
+  ::mach_port_deallocate(::mach_task_self(), host);
+  if (!read) return std::nullopt;
+  const std::uint64_t free = std::uint64_t{pages.free_count} + pages.inactive_count +
+                             pages.purgeable_count + pages.speculative_count;
+  return free * page;
+}
+
+std::optional<double> start_time(pid_t pid) {
+  int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_PID, pid};
+  kinfo_proc record{};
+  std::size_t size = sizeof record;
+  if (::sysctl(name, 4, &record, &size, nullptr, 0) != 0 || size == 0) return std::nullopt;
+  if (record.kp_proc.p_stat == SZOMB) return std::nullopt;
+  const timeval& start = record.kp_proc.p_starttime;
+  return static_cast<double>(start.tv_sec) + static_cast<double>(start.tv_usec) / 1'000'000.0;
+}
+
+std::int64_t modified_nanoseconds(const struct stat& status) {
+  return std::int64_t{status.st_mtimespec.tv_sec} * 1'000'000'000 + status.st_mtimespec.tv_nsec;
+}
+
+}  // namespace qv::platform

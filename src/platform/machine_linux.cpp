@@ -1,0 +1,196 @@
+// Linux has no single word for memory pressure, so it is put together from two readings.
+// Stall information tells how long tasks waited for memory; but without swap the kernel
+// reclaims in silence until it kills, so nearly no memory left counts as critical too.
+// What the machine has is not what a process may use: every control group from its own
+// up to the root can hold it to less.
+
+#include "platform/machine_linux.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <thread>
+
+#include "base/descriptor.h"
+#include "base/files.h"
+#include "platform/machine.h"
+
+namespace qv::platform {
+
+namespace {
+
+// Shares of time (percent, over ten seconds) in which all tasks, or some, stood still for
+// want of memory; and the share of memory (one in twenty) below which it is critical.
+constexpr double kCriticalFullStall = 10;
+constexpr double kWarningSomeStall = 10;
+constexpr std::uint64_t kCriticalShare = 20;
+
+constexpr std::string_view kGroups = "/sys/fs/cgroup";
+
+std::optional<std::uint64_t> number_in(std::string_view text) {
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  std::uint64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end == text.data()) return std::nullopt;
+  return number;
+}
+
+// The rest of the first line that starts with `name`.
+std::optional<std::string_view> line_after(std::string_view text, std::string_view name) {
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    if (line.starts_with(name)) return line.substr(name.size());
+    text.remove_prefix(std::min(text.size(), line.size() + 1));
+  }
+  return std::nullopt;
+}
+
+std::optional<std::uint64_t> number_after(std::string_view text, std::string_view name) {
+  const auto rest = line_after(text, name);
+  return rest ? number_in(*rest) : std::nullopt;
+}
+
+std::optional<std::uint64_t> number_of_file(const std::string& path) {
+  const auto text = files::read(path);
+  return text ? number_in(*text) : std::nullopt;
+}
+
+// Seconds from 1970 to the start of the machine, read once.
+std::optional<std::uint64_t> boot_time() {
+  static const std::optional<std::uint64_t> seconds = [] {
+    const auto text = files::read("/proc/stat");
+    return text ? number_after(*text, "btime ") : std::nullopt;
+  }();
+  return seconds;
+}
+
+}  // namespace
+
+int LinuxMachine::pressure_level() const {
+  const auto text = files::read(root_ + "/proc/pressure/memory");
+  if (!text) return 1;
+  const auto stall = [&](std::string_view line) {
+    const auto figure = line_after(*text, line);
+    return figure ? std::strtod(std::string(*figure).c_str(), nullptr) : 0.0;
+  };
+  if (stall("full avg10=") >= kCriticalFullStall || memory_is_scarce()) return 4;
+  return stall("some avg10=") >= kWarningSomeStall ? 2 : 1;
+}
+
+int LinuxMachine::cores_within_quota(int cores) const {
+  for_each_group([&](const std::string& group) {
+    const auto text = files::read(group + "/cpu.max");  // "max 100000" or "150000 100000"
+    if (!text) return;
+    const auto quota = number_in(*text);
+    const auto period =
+        number_in(std::string_view(*text).substr(std::min(text->find(' '), text->size())));
+    if (!quota || !period || *period == 0) return;
+    const std::uint64_t whole = (*quota + *period - 1) / *period;
+    if (whole < static_cast<std::uint64_t>(cores)) cores = static_cast<int>(whole);
+  });
+  return std::max(cores, 1);
+}
+
+std::optional<std::uint64_t> LinuxMachine::available_memory() const {
+  std::optional<std::uint64_t> least;
+  const auto take = [&](const std::optional<Room>& room) {
+    if (room && (!least || room->available < *least)) least = room->available;
+  };
+  take(machine_room());
+  for_each_group([&](const std::string& group) { take(group_room(group)); });
+  return least;
+}
+
+bool LinuxMachine::memory_is_scarce() const {
+  bool scarce = false;
+  const auto look = [&](const std::optional<Room>& room) {
+    scarce = scarce || (room && room->available < room->total / kCriticalShare);
+  };
+  look(machine_room());
+  for_each_group([&](const std::string& group) { look(group_room(group)); });
+  return scarce;
+}
+
+std::optional<LinuxMachine::Room> LinuxMachine::machine_room() const {
+  const auto text = files::read(root_ + "/proc/meminfo");
+  if (!text) return std::nullopt;
+  const auto available = number_after(*text, "MemAvailable:");
+  const auto total = number_after(*text, "MemTotal:");
+  if (!available || !total) return std::nullopt;
+  return Room{*available * 1024, *total * 1024};
+}
+
+// A group's use includes the file cache, of which the inactive part is given back on demand.
+std::optional<LinuxMachine::Room> LinuxMachine::group_room(const std::string& group) const {
+  const auto limit = number_of_file(group + "/memory.max");
+  const auto used = limit ? number_of_file(group + "/memory.current") : std::nullopt;
+  if (!limit || !used) return std::nullopt;
+  const auto details = files::read(group + "/memory.stat");
+  const auto cache = details ? number_after(*details, "inactive_file ") : std::nullopt;
+  const std::uint64_t firm = *used - std::min(*used, cache.value_or(0));
+  return Room{*limit - std::min(*limit, firm), *limit};
+}
+
+// Every group that bounds this process, its own first.
+template <class Visit>
+void LinuxMachine::for_each_group(Visit visit) const {
+  const auto membership = files::read(root_ + "/proc/self/cgroup");
+  const auto path = membership ? line_after(*membership, "0::/") : std::nullopt;
+  if (!path) return;
+  const std::string top = root_ + std::string(kGroups);
+  std::string group = top + "/" + std::string(*path);
+  while (group.size() > top.size()) {
+    visit(group);
+    group.resize(group.rfind('/'));
+  }
+  visit(top);
+}
+
+int pressure_level() { return LinuxMachine("").pressure_level(); }
+
+int active_cores() {
+  cpu_set_t allowed;
+  const int cores = ::sched_getaffinity(0, sizeof allowed, &allowed) == 0
+                        ? CPU_COUNT(&allowed)
+                        : static_cast<int>(std::thread::hardware_concurrency());
+  return LinuxMachine("").cores_within_quota(cores);
+}
+
+std::optional<std::uint64_t> available_memory() { return LinuxMachine("").available_memory(); }
+
+// /proc/PID/stat: "42 (name) S ...", where the name may hold anything; behind it come the
+// state and, as the twentieth field, the start in clock ticks since the machine's own.
+std::optional<double> start_time(pid_t pid) {
+  char text[1024];
+  const std::string path = "/proc/" + std::to_string(pid) + "/stat";
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const ssize_t count = file.valid() ? ::read(file.get(), text, sizeof text) : -1;
+  if (count <= 0) return std::nullopt;
+  std::string_view fields(text, static_cast<std::size_t>(count));
+  const std::size_t name_end = fields.rfind(')');
+  if (name_end == std::string_view::npos || name_end + 2 >= fields.size()) return std::nullopt;
+  fields.remove_prefix(name_end + 2);
+  if (fields.front() == 'Z' || fields.front() == 'X') return std::nullopt;
+  for (int skipped = 0; skipped < 19; ++skipped) {
+    const std::size_t blank = fields.find(' ');
+    if (blank == std::string_view::npos) return std::nullopt;
+    fields.remove_prefix(blank + 1);
+  }
+  const auto ticks = number_in(fields);
+  const auto boot = boot_time();
+  if (!ticks || !boot) return std::nullopt;
+  const auto ticks_per_second = static_cast<double>(::sysconf(_SC_CLK_TCK));
+  return static_cast<double>(*boot) + static_cast<double>(*ticks) / ticks_per_second;
+}
+
+std::int64_t modified_nanoseconds(const struct stat& status) {
+  return std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
+}
+
+}  // namespace qv::platform

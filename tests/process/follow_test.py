@@ -1,0 +1,223 @@
+"""One build runs, the same builds follow it; and what becomes of them when it fails."""
+import hashlib
+import os
+import pty
+import resource
+import signal
+import struct
+
+import builds
+from builds import gate, until
+
+FOLLOWS = ("the same build is already running in this folder, so this one shows its output "
+           "instead of building twice\n")
+STOPPED = "that build was stopped before it finished, so this one is building for itself\n"
+
+
+class Follow(builds.World):
+    def test_streams_and_status_byte_for_byte(self):
+        script = ("head -c 300000 /dev/urandom; head -c 70000 /dev/urandom >&2; printf half; " +
+                  gate("go") + "echo end; echo error >&2; exit 2")
+        leader = self.start_running(script)
+        followers = [self.start_following(script) for _ in range(3)]
+        self.assertEqual(set(self.leases()), {leader.pid}, "followers leave the queue")
+        self.touch("go")
+        told = ("quorvel: " + FOLLOWS).encode()
+        self.assertEqual(leader.status(), 2)
+        self.assertEqual(len(leader.out), 300008)
+        for follower in followers:
+            self.assertEqual(follower.status(), 2)
+            self.assertEqual(follower.out, leader.out)
+            self.assertEqual(follower.err, told + leader.err)
+        self.assert_ledger_is_clean()
+
+    def test_only_the_same_build_is_followed(self):
+        script = gate("go") + "echo $* >>../ran; sleep 0.05"
+        self.start_running(script)
+        others = [self.start(script, arguments=["build", "--all"]),
+                  self.start(script, env={"RUSTFLAGS": "-g"}),
+                  self.start(script, folder=self.plain)]
+        for build in others:
+            until(lambda: self.is_queued(build), "a build of its own")
+        with open(self.repo + "/new", "w") as file:
+            file.write("untracked")
+        changed = self.start_queued(script)
+        self.touch("go")
+        for build in self.builds:
+            self.assertEqual(build.status(), 0)
+            self.assertFalse(build.said(FOLLOWS))
+        with open(self.root + "/ran") as file:
+            self.assertEqual(len(file.readlines()), 5)
+
+    def test_nobody_follows_to_a_terminal(self):
+        script = gate("go") + "echo ran >>../ran"
+        self.start_running(script)
+        ours, theirs = pty.openpty()
+        watched = self.start_queued(script, stdout=theirs)
+        self.touch("go")
+        self.assertEqual(watched.status(), 0)
+        os.close(ours)
+        os.close(theirs)
+        with open(self.root + "/ran") as file:
+            self.assertEqual(len(file.readlines()), 2)
+
+    def test_a_leader_killed_in_mid_output(self):
+        script = "echo begin; " + gate("go") + "echo end; exit 3"
+        leader = self.start_running(script)
+        follower = self.start_following(script)
+        until(lambda: follower.out == b"begin\n", "the leader's output")
+        leader.process.kill()
+        until(lambda: self.is_running(follower), "the follower's own build")
+        self.touch("go")
+        self.assertEqual(follower.status(), 3)
+        self.assertEqual(follower.out, b"begin\nbegin\nend\n")
+        self.assertEqual(follower.err, ("quorvel: " + FOLLOWS + "quorvel: " + STOPPED).encode())
+        self.assert_ledger_is_clean()
+
+    def test_a_leader_killed_before_it_leads(self):
+        self.start_running(gate("go"), folder=self.plain)
+        first = self.start_queued("echo mine")
+        second = self.start_queued("echo mine")
+        first.process.kill()
+        self.touch("go")
+        self.assertEqual((second.status(), second.out), (0, b"mine\n"))
+
+    def test_a_leader_killed_after_its_exit_frame(self):
+        script = "echo begin; " + gate("go") + "echo end; exit 3"
+        leader = self.start_running(script)
+        follower = self.start_following(script)
+        log = f"{self.ledger}/logs/{leader.pid}.log"
+        exit_frame = struct.pack(">BIi", 0, 4, 3)
+
+        def log_is_complete():
+            with open(log, "rb") as file:
+                return file.read().endswith(exit_frame)
+
+        with self.hold_lock():
+            self.touch("go")
+            until(log_is_complete, "the exit frame")
+            leader.process.kill()
+            leader.process.wait()
+            self.assertEqual((follower.status(), follower.out), (3, b"begin\nend\n"))
+        self.start("", folder=self.plain).status()
+        self.assertEqual(self.logs(), [])
+
+    def test_a_leader_whose_tool_dies_of_a_signal(self):
+        script = gate("go") + '[ -e ../again ] || { touch ../again; kill -9 $$; }; echo done'
+        leader = self.start_running(script)
+        follower = self.start_following(script)
+        self.touch("go")
+        self.assertEqual(leader.status(), 128 + 9)
+        self.assertEqual((follower.status(), follower.out), (0, b"done\n"))
+        self.assertTrue(follower.said(STOPPED))
+
+    def test_a_damaged_log_is_not_believed(self):
+        script = gate("go") + "echo done"
+        for damage in (b"\x01\xff\xff\xff\xff", b"\x07\x00\x00\x00\x01x", b"\x00\x00\x00\x00\x03abc"):
+            leader = self.start_running(script)
+            follower = self.start_following(script)
+            with open(f"{self.ledger}/logs/{leader.pid}.log", "ab") as log:
+                log.write(struct.pack(">BI", 1, 3) + b"ok\n" + damage)
+            until(lambda: follower.said(STOPPED), "the end of the following")
+            self.touch("go")
+            self.assertEqual((leader.status(), follower.status()), (0, 0))
+            self.assertEqual(follower.out, b"ok\ndone\n")
+            os.unlink(self.root + "/go")
+
+    def test_a_log_that_finds_no_room(self):
+        def little_room():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (100_000, resource.RLIM_INFINITY))
+
+        script = ("head -c 90000 /dev/zero; " + gate("go") + "head -c 900000 /dev/zero; echo end; " +
+                  gate("on"))
+        piece = os.pipe()
+        leader = self.start_running(script, prepare=little_room, stdout=piece[1])
+        os.close(piece[1])
+        follower = self.start_following(script)
+        self.touch("go")
+        with open(piece[0], "rb") as reader:
+            self.assertEqual(reader.read(990_004)[-5:], b"\0end\n")
+            lease = until(lambda: "key" not in self.leases()[leader.pid] and self.leases(),
+                          "a lease that nobody can follow")[leader.pid]
+            self.assertTrue(lease["running"] and "log" not in lease)
+            self.assertEqual(self.logs(), [])
+            self.touch("on")
+            self.assertEqual(leader.status(), 0)
+        self.assertEqual(follower.status(), 0)
+        self.assertTrue(follower.said(STOPPED))
+        self.assertTrue(follower.out.endswith(bytes(900_000) + b"end\n"))
+
+    def test_two_hundred_megabytes(self):
+        size = 200 << 20
+        script = gate("go") + f"yes 0123456789abcde | head -c {size}; echo end >&2"
+        leader = self.start_running(script)
+        follower = self.start_following(script)
+        self.touch("go")
+        self.assertEqual((leader.status(), follower.status()), (0, 0))
+        expected = hashlib.sha256(b"0123456789abcde\n" * (size // 16)).digest()
+        for build in (leader, follower):
+            self.assertEqual(hashlib.sha256(build.out).digest(), expected)
+            self.assertTrue(build.err.endswith(b"end\n"))
+        self.assert_ledger_is_clean()
+
+
+class Streams(builds.World):
+    def test_a_reader_that_goes_away(self):
+        read, write = os.pipe()
+        build = self.start("yes", stdout=write)
+        os.close(write)
+        os.read(read, 10)
+        os.close(read)
+        self.assertEqual(build.status(), 128 + signal.SIGPIPE)
+        self.assert_ledger_is_clean()
+
+    def test_closed_descriptors(self):
+        script = "echo out; echo err >&2; " + gate("go") + "exit 6"
+
+        def close_all():
+            for fd in range(3):
+                os.close(fd)
+
+        leader = self.start_running(script, prepare=close_all)
+        follower = self.start_following(script)
+        until(lambda: follower.out == b"out\n", "the leader's output")
+        self.touch("go")
+        self.assertEqual((leader.status(), follower.status()), (6, 6))
+        self.assertTrue(follower.err.endswith(b"err\n"))
+        self.assertEqual(os.path.getsize(self.ledger + "/lock"), 0)
+
+    def test_a_daemon_that_keeps_the_streams(self):
+        build = self.start("echo out; sleep 600 & echo $! >../daemon; exit 3")
+        self.assertEqual((build.status(), build.out), (3, b"out\n"))
+        self.assert_ledger_is_clean()
+        with open(self.root + "/daemon") as file:
+            os.kill(int(file.read()), signal.SIGKILL)  # and so it was still there
+
+    def test_forwarded_signals(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
+            build = self.start("echo ready; exec sleep 60")
+            until(lambda: build.out == b"ready\n", "the tool")
+            build.process.send_signal(number)
+            self.assertEqual(build.status(), 128 + number)
+            self.assert_ledger_is_clean()
+
+    def test_interrupting_the_whole_foreground(self):
+        script = "trap 'echo stopped; exit 9' INT; echo ready; while :; do sleep 0.05; done"
+        build = self.start(script, start_new_session=True)
+        until(lambda: build.out == b"ready\n", "the tool")
+        os.killpg(build.pid, signal.SIGSTOP)
+        os.killpg(build.pid, signal.SIGCONT)
+        os.killpg(build.pid, signal.SIGINT)
+        self.assertEqual((build.status(), build.out), (9, b"ready\nstopped\n"))
+
+    def test_an_ignored_hangup_stays_ignored(self):
+        build = self.start("echo ready; " + gate("go") + "exit 5",
+                           prepare=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        until(lambda: build.out == b"ready\n", "the tool")
+        build.process.send_signal(signal.SIGHUP)
+        self.touch("go")
+        self.assertEqual(build.status(), 5)
+
+
+if __name__ == "__main__":
+    builds.main()

@@ -1,0 +1,118 @@
+"""The order in which builds start, what they say meanwhile, and who cannot stop them."""
+import os
+import signal
+import time
+
+import builds
+from builds import gate, until
+
+
+class Queue(builds.World):
+    def order(self, names, focused=()):
+        """Queues a build for each name behind a running one; the order in which they run."""
+        self.start_running(gate("go") + "true", folder=self.plain)
+        for name in names:
+            session = {"QUORVEL_SESSION_ID": "pane"} if name in focused else {}
+            build = self.start(f"echo {name} >>../order; sleep 0.1", folder=self.plain, env=session)
+            if name in focused:
+                build.status()
+            else:
+                until(lambda: self.is_queued(build), "a build that queues")
+        self.touch("go")
+        for build in self.builds:
+            self.assertEqual(build.status(), 0)
+        with open(self.root + "/order") as file:
+            return file.read().split()
+
+    def test_builds_start_in_the_order_they_came(self):
+        self.assertEqual(self.order("abcde"), list("abcde"))
+        last = self.builds[-1]
+        self.assertTrue(last.said("waiting for 5 other builds to finish first, "
+                                  "so this Mac does not grind to a halt\n"))
+        self.assertEqual(last.err.count(b"quorvel: "), 1, "told once, however long it waits")
+        self.assertTrue(self.builds[1].said("waiting for 1 other build to finish first, "))
+
+    def test_the_focused_pane_goes_first(self):
+        self.start("", folder=self.plain).status()
+        with open(self.ledger + "/focus", "w") as focus:
+            focus.write("  pane\n\n")
+        self.assertEqual(self.order("abcde", focused="d"), list("dabce"))
+        self.assertTrue(self.builds[-2].said("using 2 of 2 cores while 1 other build runs\n")
+                        or os.cpu_count() < 2)
+
+    def test_focus_that_moves_is_noticed(self):
+        self.start_running(gate("go"), folder=self.plain)
+        first = self.start_queued("echo first >>../order", folder=self.plain)
+        second = self.start_queued("echo second >>../order", folder=self.plain,
+                                   env={"QUORVEL_SESSION_ID": "pane"})
+        with open(self.ledger + "/focus", "w") as focus:
+            focus.write("pane")
+        self.assertEqual(second.status(), 0)
+        self.assertTrue(self.is_queued(first))
+        self.touch("go")
+        first.status()
+
+    def test_a_job_count_reaches_the_tool(self):
+        self.start("", folder=self.plain).status()
+        with open(self.ledger + "/focus", "w") as focus:
+            focus.write("pane")
+        self.start_running(gate("go"), folder=self.plain)
+        session = {"QUORVEL_SESSION_ID": "pane"}
+        cores = min(2, len(os.sched_getaffinity(0)) if hasattr(os, "sched_getaffinity") else 2)
+        rows = [("cargo", {}, f"{cores}||build"), ("go", {}, f"|-p={cores}|build"),
+                ("go", {"GOFLAGS": "-v"}, f"|-v -p={cores}|build"),
+                ("swift", {}, f"||build -j {cores}"), ("xcodebuild", {}, f"||-jobs {cores} build")]
+        for tool, variables, expected in rows:
+            build = self.start('echo "$CARGO_BUILD_JOBS|$GOFLAGS|$*"', tool=tool,
+                               env={**session, **variables})
+            self.assertEqual((build.status(), build.out.decode()), (0, expected + "\n"))
+        self.touch("go")
+
+    def test_a_dead_build_blocks_nobody(self):
+        running = self.start_running("sleep 60", folder=self.plain)
+        ahead = self.start_queued("true", folder=self.plain)
+        waiting = self.start_queued("echo mine", folder=self.plain)
+        for build in (running, ahead):
+            build.process.send_signal(signal.SIGKILL)  # and not reaped
+        self.assertEqual((waiting.status(), waiting.out), (0, b"mine\n"))
+        self.assertEqual(set(self.leases()), {waiting.pid})
+
+    def test_leases_that_nobody_holds_block_nobody(self):
+        self.start("").status()
+        lease = ('{"pid":%d,"startTime":%s,"running":true,"jobs":9,"focused":true,"queuedAt":1,'
+                 '"log":"%s"}')
+        log = self.ledger + "/logs/1.log"
+        open(log, "w").close()
+        contents = {"1": lease % (2**22 + 5, 1.5, log), "2": lease % (os.getpid(), 1.5, log),
+                    "3": "{}", "4": "", "notes": "to do: tidy up"}
+        for name, content in contents.items():
+            with open(f"{self.ledger}/{name}.json", "w") as file:
+                file.write(content)
+        self.assertEqual(self.start("exit 5").status(), 5)
+        self.assert_ledger_is_clean()
+
+    def test_a_lock_that_is_not_given_back(self):
+        self.start("").status()
+        with self.hold_lock():
+            build = self.start('echo "alone $QUORVEL_BUILD_SLOT"')
+            self.assertEqual((build.status(), build.out), (0, b"alone \n"))
+        self.assert_ledger_is_clean()
+
+    def test_stopped_in_the_queue(self):
+        self.start_running(gate("go"), folder=self.plain)
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
+            build = self.start_queued("true", folder=self.plain)
+            build.process.send_signal(number)
+            self.assertEqual(build.status(), -number)
+            self.assertNotIn(build.pid, self.leases())
+        ignoring = self.start_queued("exit 4", folder=self.plain,
+                                     prepare=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        ignoring.process.send_signal(signal.SIGHUP)
+        time.sleep(0.1)
+        self.assertTrue(self.is_queued(ignoring))
+        self.touch("go")
+        self.assertEqual(ignoring.status(), 4)
+
+
+if __name__ == "__main__":
+    builds.main()

@@ -1,0 +1,137 @@
+// The state of a folder and the key, against real repositories.
+
+#include "build/key.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "build/folder_state.h"
+#include "support.h"
+
+namespace qv::build {
+namespace {
+
+class FolderState : public testing::Test {
+ protected:
+  FolderState() {
+    std::signal(SIGPIPE, SIG_IGN);
+    environment_ = read_environment();
+    scratch_.write("repo/a.txt", "one\n");
+    scratch_.write("repo/sub/b.txt", "two\n");
+    scratch_.write("repo/.gitignore", "ignored\n");
+    git("init -q");
+    git("config user.name t && git -C '" + repo_ + "' config user.email t@t");
+    git("add -A");
+    git("commit -qm first");
+  }
+
+  void git(const std::string& arguments) const {
+    ASSERT_EQ(std::system(("git -C '" + repo_ + "' " + arguments).c_str()), 0) << arguments;
+  }
+  [[nodiscard]] std::optional<std::string> state() const {
+    return read_folder_state(repo_, environment_);
+  }
+  // The state without its first line, "head " and 40 digits.
+  [[nodiscard]] std::string changes() const {
+    const std::string text = state().value_or("none");
+    EXPECT_TRUE(text.starts_with("head "));
+    EXPECT_GE(text.size(), 45U);
+    return text.substr(std::min<std::size_t>(45, text.size()));
+  }
+
+  ScratchDirectory scratch_;
+  std::string repo_ = scratch_.file("repo");
+  Environment environment_;
+};
+
+TEST_F(FolderState, ListsEveryChange) {
+  EXPECT_EQ(changes(), "");
+  EXPECT_EQ(read_folder_state(repo_ + "/sub", environment_), state()) << "the whole tree counts";
+  scratch_.write("repo/ignored", "x");
+  EXPECT_EQ(changes(), "");
+  ::unlink((repo_ + "/a.txt").c_str());
+  scratch_.write("repo/sub/b.txt", "changed\n");
+  scratch_.write("repo/new \"file\" \xc3\xa4", "hello\n");
+  const std::string actual = changes();
+  EXPECT_EQ(actual,
+            "\ndeleted a.txt"
+            "\nce013625030ba8dba906f756967f9e9ca394464a new \"file\" \xc3\xa4"
+            "\n5ea2ed416fbd4a4cbe227b75fe255dd7fa6bd4d6 sub/b.txt");
+  scratch_.write("repo/sub/b.txt", "changeD\n");
+  EXPECT_NE(changes(), actual) << "one byte";
+}
+
+TEST_F(FolderState, IsExactOrAbsent) {
+  const auto without = [&](const char* what, const std::string& path) {
+    EXPECT_EQ(state(), std::nullopt) << what;
+    std::filesystem::remove_all(repo_ + "/" + path);
+    EXPECT_TRUE(state().has_value()) << "after " << what;
+  };
+  scratch_.write("repo/line\nfeed", "");
+  without("a line feed in a name", "line\nfeed");
+  scratch_.write("repo/\"quoted", "");
+  without("a leading quote", "\"quoted");
+  scratch_.write("repo/return\r", "");
+  without("a final carriage return", "return\r");
+  ::symlink("nowhere", (repo_ + "/link").c_str());
+  without("a dangling link", "link");
+  std::filesystem::remove(repo_ + "/sub/b.txt");
+  ::mkfifo((repo_ + "/sub/b.txt").c_str(), 0600);
+  without("a pipe in a file's place", "sub/b.txt");
+  scratch_.write("repo/nested/file", "");
+  ASSERT_EQ(std::system(("git -C '" + repo_ + "/nested' init -q").c_str()), 0);
+  without("a nested repository", "nested");
+
+  for (const char* name : {"GIT_DIR", "GIT_WORK_TREE", "GIT_INDEX_FILE"}) {
+    Environment elsewhere = environment_;
+    elsewhere[name] = repo_;
+    EXPECT_EQ(read_folder_state(repo_, elsewhere), std::nullopt) << name;
+  }
+  EXPECT_EQ(read_folder_state(scratch_.path(), environment_), std::nullopt) << "no work tree";
+  scratch_.write("young/file", "");
+  ASSERT_EQ(std::system(("git -C '" + (scratch_.file("young")) + "' init -q").c_str()), 0);
+  EXPECT_EQ(read_folder_state(scratch_.file("young"), environment_), std::nullopt) << "no commit";
+}
+
+TEST_F(FolderState, EndsAtTwoThousandPaths) {
+  for (int i = 0; i < 2000; ++i) scratch_.write("repo/many/" + std::to_string(i), "x");
+  EXPECT_TRUE(state().has_value());
+  scratch_.write("repo/many/2000", "x");
+  EXPECT_EQ(state(), std::nullopt);
+}
+
+TEST(BuildKey, HashesWhatMattersAndNothingElse) {
+  const std::string tool = "/usr/bin/cargo", folder = "/a", state = "head 1";
+  const Arguments arguments = {"build", "--all"};
+  const Environment environment = {{"A", "1"}, {"RUSTFLAGS", "-g"}, {"TERM_PROGRAM", "x"}};
+  const std::string key = BuildKey{tool, folder, state, arguments, environment}.digest();
+  // The SHA-256 of: quorvel-build-key-v1, /usr/bin/cargo, /a, head 1, 2, build, --all, A, 1,
+  // RUSTFLAGS and -g, each followed by a zero byte.
+  EXPECT_EQ(key, "d53c4f1ef8eb3fce10b90ad48636cd5f39fa9868a64aa9d44849a5c83ec4263d");
+
+  const auto with = [&](const char* name, const char* value) {
+    Environment changed = environment;
+    changed[name] = value;
+    return BuildKey{tool, folder, state, arguments, changed}.digest();
+  };
+  for (const char* name : {"QUORVEL_SESSION_ID", "TERM_PROGRAM", "_ANY", "USERNAME", "PAGERS",
+                           "LESSOPEN", "Apple_X", "SSH_TTY", "GIT_ASKPASS_X"}) {
+    EXPECT_EQ(with(name, "other"), key) << name;
+  }
+  for (const char* name : {"RUSTFLAGS", "apple_x", "MYTERM", "GIT_EDITOR", "PATH", "HOME"}) {
+    EXPECT_NE(with(name, "other"), key) << name;
+  }
+  const std::string bare = "cargo", elsewhere = "/b", edited = "head 2";
+  const Arguments joined = {"build--all"}, empty_added = {"build", "--all", ""};
+  EXPECT_NE((BuildKey{bare, folder, state, arguments, environment}.digest()), key);
+  EXPECT_NE((BuildKey{tool, elsewhere, state, arguments, environment}.digest()), key);
+  EXPECT_NE((BuildKey{tool, folder, edited, arguments, environment}.digest()), key);
+  EXPECT_NE((BuildKey{tool, folder, state, joined, environment}.digest()), key);
+  EXPECT_NE((BuildKey{tool, folder, state, empty_added, environment}.digest()), key);
+}
+
+}  // namespace
+}  // namespace qv::build
