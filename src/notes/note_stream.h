@@ -50,7 +50,7 @@ class NoteStream {
   bool in_string_ = false;
   bool escaped_ = false;  // the next byte belongs to an escape
   std::size_t string_start_ = 0;
-  std::string_view::size_type depth_ = 0;
+  std::size_t depth_ = 0;
   char previous_ = '\0';  // the last byte outside strings that is no white space
   std::string string_;    // the last string, as written
   std::string keys_[2];   // the key under way in the outermost object, and in its member
