@@ -52,9 +52,9 @@ std::optional<int> run_in_foreground(const std::string& path,
   // Where a parent left this one ignored, the system would throw the child's status away.
   const Disposition ended(SIGCHLD, SIG_DFL);
   sigset_t reset;
-  ::sigemptyset(&reset);
-  if (!interrupt.was_ignored()) ::sigaddset(&reset, SIGINT);
-  if (!quit.was_ignored()) ::sigaddset(&reset, SIGQUIT);
+  sigemptyset(&reset);
+  if (!interrupt.was_ignored()) sigaddset(&reset, SIGINT);
+  if (!quit.was_ignored()) sigaddset(&reset, SIGQUIT);
 
   process::Launch launch;
   launch.path = path.c_str();
