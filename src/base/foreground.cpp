@@ -7,10 +7,11 @@
 #include "base/foreground.h"
 
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 
 #include <cerrno>
+
+#include "base/process.h"
 
 extern "C" {
 extern char** environ;
@@ -39,43 +40,28 @@ class Disposition {
   struct sigaction before_ {};
 };
 
-// The child's process id, or 0 with errno set. The signals in `reset` get their default
-// action in the child.
-pid_t spawn(const std::string& path, const std::vector<std::string>& arguments,
-            const sigset_t& reset) {
-  std::vector<char*> pointers{const_cast<char*>(path.c_str())};
-  for (const std::string& argument : arguments) {
-    pointers.push_back(const_cast<char*>(argument.c_str()));
-  }
-  pointers.push_back(nullptr);
-
-  posix_spawnattr_t attributes;
-  pid_t child = 0;
-  errno = ::posix_spawnattr_init(&attributes);
-  if (errno != 0) return 0;
-  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-  ::posix_spawnattr_setsigdefault(&attributes, &reset);
-  const int error =
-      ::posix_spawn(&child, path.c_str(), nullptr, &attributes, pointers.data(), environ);
-  ::posix_spawnattr_destroy(&attributes);
-  errno = error;
-  return error == 0 ? child : 0;
-}
-
 }  // namespace
 
 std::optional<int> run_in_foreground(const std::string& path,
                                      const std::vector<std::string>& arguments) {
+  std::vector<std::string> texts{path};
+  texts.insert(texts.end(), arguments.begin(), arguments.end());
+  const std::vector<char*> pointers = process::pointers_to(texts);
   const Disposition interrupt(SIGINT, SIG_IGN);
   const Disposition quit(SIGQUIT, SIG_IGN);
   // Where a parent left this one ignored, the system would throw the child's status away.
   const Disposition ended(SIGCHLD, SIG_DFL);
   sigset_t reset;
-  ::sigemptyset(&reset);
-  if (!interrupt.was_ignored()) ::sigaddset(&reset, SIGINT);
-  if (!quit.was_ignored()) ::sigaddset(&reset, SIGQUIT);
+  sigemptyset(&reset);
+  if (!interrupt.was_ignored()) sigaddset(&reset, SIGINT);
+  if (!quit.was_ignored()) sigaddset(&reset, SIGQUIT);
 
-  const pid_t child = spawn(path, arguments, reset);
+  process::Launch launch;
+  launch.path = path.c_str();
+  launch.arguments = pointers.data();
+  launch.environment = environ;
+  launch.reset = &reset;
+  const pid_t child = process::spawn(launch);
   if (child == 0) return std::nullopt;
   int status = 0;
   while (::waitpid(child, &status, 0) < 0) {

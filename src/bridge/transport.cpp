@@ -94,19 +94,51 @@ std::optional<Reply> receive(const Descriptor& connection, const Options& option
   }
 }
 
+bool receive_in_pieces(const Descriptor& connection, const Options& options,
+                       const std::function<void(std::string_view)>& take) {
+  const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
+  char buffer[64 * 1024];
+  std::size_t used = 0;
+  for (;;) {
+    const ssize_t count = ::recv(connection.get(), buffer, sizeof buffer, 0);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return false;
+    const std::string_view read(buffer, static_cast<std::size_t>(count));
+    const std::size_t end = read.find(options.terminator);
+    const std::string_view piece = read.substr(0, end);
+    used += piece.size();
+    if (used > limit || (count == 0 && used == 0)) return false;
+    take(piece);
+    if (count == 0 || end != std::string_view::npos) return true;
+  }
+}
+
+// A connection on which the whole request was sent; not valid on failure.
+Descriptor asked(std::string_view request, const std::string& socket_path, const Options& options) {
+  if (socket_path.empty()) return {};
+  Descriptor connection = platform::open_stream_socket();
+  if (!connection.valid()) return {};
+  set_timeout(connection, SO_RCVTIMEO, options.readTimeoutSeconds);
+  set_timeout(connection, SO_SNDTIMEO, options.writeTimeoutSeconds);
+  if (!connect_to(connection, socket_path)) return {};
+  if (!send_all(connection, std::string(request) + options.terminator)) return {};
+  ::shutdown(connection.get(), SHUT_WR);
+  return connection;
+}
+
 }  // namespace
 
 std::optional<Reply> exchange(std::string_view request, const std::string& socket_path,
                               const Options& options) {
-  if (socket_path.empty()) return std::nullopt;
-  const Descriptor connection = platform::open_stream_socket();
+  const Descriptor connection = asked(request, socket_path, options);
   if (!connection.valid()) return std::nullopt;
-  set_timeout(connection, SO_RCVTIMEO, options.readTimeoutSeconds);
-  set_timeout(connection, SO_SNDTIMEO, options.writeTimeoutSeconds);
-  if (!connect_to(connection, socket_path)) return std::nullopt;
-  if (!send_all(connection, std::string(request) + options.terminator)) return std::nullopt;
-  ::shutdown(connection.get(), SHUT_WR);
   return receive(connection, options);
+}
+
+bool stream(std::string_view request, const std::string& socket_path,
+            const std::function<void(std::string_view)>& take, const Options& options) {
+  const Descriptor connection = asked(request, socket_path, options);
+  return connection.valid() && receive_in_pieces(connection, options, take);
 }
 
 bool is_live(const std::string& socket_path) {

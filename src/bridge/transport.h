@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -32,6 +33,12 @@ struct Reply {
 [[nodiscard]] std::optional<Reply> exchange(std::string_view request,
                                             const std::string& socket_path,
                                             const Options& options = {});
+
+// The same exchange for a reply that need not be held: each piece is given away as it
+// arrives. False where `exchange` gives nothing; what was given away is void then.
+[[nodiscard]] bool stream(std::string_view request, const std::string& socket_path,
+                          const std::function<void(std::string_view piece)>& take,
+                          const Options& options = {});
 
 // Whether somebody listens on the socket. Connects and writes nothing; never waits.
 [[nodiscard]] bool is_live(const std::string& socket_path);

@@ -1,8 +1,11 @@
 #include "notes/driver.h"
 
+#include <utility>
+
 #include "bridge/complaints.h"
 #include "bridge/token.h"
 #include "bridge/transport.h"
+#include "notes/note_stream.h"
 #include "notes/rendering.h"
 #include "notes/request_builder.h"
 
@@ -11,6 +14,35 @@ namespace qv::notes {
 namespace {
 
 using Kind = MCPBridgeResponse::Kind;
+
+// The bridge's answer: the reply as it came or, where the note's text never came to memory,
+// its frame and the page.
+struct Answer {
+  BridgeTransport::Reply whole;
+  std::string frame;
+  std::optional<std::string> page;
+
+  [[nodiscard]] std::string_view json() const { return whole.bytes ? whole.view() : frame; }
+};
+
+// Absent when there was none.
+std::optional<Answer> ask(const MCPBridgeRequest& request, const std::string& socket,
+                          const View& view, bool wantsJSON) {
+  const std::string text = record::to_text(request, json::Slashes::escaped);
+  Answer answer;
+  if (wantsJSON || !(view.offset || view.limit)) {
+    auto reply = BridgeTransport::exchange(text, socket);
+    if (!reply) return std::nullopt;
+    answer.whole = std::move(*reply);
+    return answer;
+  }
+  NoteStream stream(view.offset, view.limit);
+  const auto take = [&stream](std::string_view piece) { stream.take(piece); };
+  if (!BridgeTransport::stream(text, socket, take)) return std::nullopt;
+  answer.frame = stream.frame();
+  answer.page = stream.page();
+  return answer;
+}
 
 // A reply that cannot be read counts as a refusal.
 ExitCode status_for(const std::optional<MCPBridgeResponse>& response, const Verb& verb) {
@@ -30,26 +62,30 @@ ExitCode run(const Verb& verb, const ArgParser::ArgBox& flags, bool wantsJSON,
   }
   const MCPBridgeRequest request = MCPRequestBuilder::build(
       verb.method, flags, bridge_token(env.notesTokenFile, env.notesTokenSeed), env.sessionID);
-  const auto bytes =
-      BridgeTransport::exchange(record::to_text(request, json::Slashes::escaped), env.notesSocket);
-  if (!bytes) {
+  View view{verb.method, flags.integer("offset"), flags.integer("limit")};
+  auto answer = ask(request, env.notesSocket, view, wantsJSON);
+  if (!answer) {
     runtime.err(complaints::not_answering("notes"));
     return ExitCode::unavailable;
   }
-  const auto reply = json::parse(bytes->view());
+  const auto reply = json::parse(answer->json());
   std::optional<MCPBridgeResponse> response(std::in_place);
   if (!reply || !record::decode(*reply, *response)) response.reset();
 
   const ExitCode status = status_for(response, verb);
   if (wantsJSON) {
-    runtime.out(reply ? json::pretty(*reply) : std::string(bytes->view()));
+    runtime.out(reply ? json::pretty(*reply) : std::string(answer->json()));
   } else if (!response) {
     runtime.err("qv: the notes bridge sent a reply this build could not read.");
   } else if (status == ExitCode::notFound) {
     runtime.err("qv note " + std::string(verb.name) +
                 ": no note by that name in this room. `qv note list` shows what is here.");
   } else {
-    runtime.out(render(*response, {verb.method, flags.integer("offset"), flags.integer("limit")}));
+    if (answer->page && response->note) {
+      response->note->content = std::move(*answer->page);
+      view.offset = view.limit = std::nullopt;
+    }
+    runtime.out(render(*response, view));
   }
   return status;
 }

@@ -1,8 +1,9 @@
 // A note may be many megabytes long, and its reader is an agent that pays for every
 // character. So a long note is read in pages, bounded in lines and in characters, and
-// each page names the offset of the next. The note is scanned and never taken apart: the
-// cost of a page is one pass over the bytes for the line feeds and the work for the few
-// lines that are shown.
+// each page names the offset of the next. Only lines that may stand on the page are kept.
+// Their numbers are as wide as the last of them, which is known when the note has ended,
+// so the page is laid out then; until then a line is kept while there is room for it
+// behind the narrowest number it could have.
 
 #include "notes/line_page.h"
 
@@ -23,29 +24,18 @@ std::string past_the_end(std::int64_t first, std::int64_t total) {
          std::to_string(total) + " line" + (total == 1 ? "" : "s") + ".)";
 }
 
-// Gives the lines of a text one after the other.
-class Lines {
- public:
-  explicit Lines(std::string_view text) : rest_(text) {}
-
-  std::string_view next() {
-    const std::size_t end = rest_.find('\n');
-    const std::string_view line = rest_.substr(0, end);
-    rest_.remove_prefix(end == std::string_view::npos ? rest_.size() : end + 1);
-    return line;
-  }
-
- private:
-  std::string_view rest_;
-};
-
 std::string numbered(std::int64_t number, std::size_t width, std::string_view line) {
   const std::string digits = std::to_string(number);
   const std::string_view kept = text::first_characters(line, kCharactersOfALine);
-  std::string row(width - digits.size(), ' ');
+  std::string row(width - std::min(width, digits.size()), ' ');
   row.append(digits).append("\t").append(kept);
   if (kept.size() < line.size()) row += "…";
   return row;
+}
+
+// What a written line takes of the page: its characters and its line feed.
+std::int64_t cost(std::string_view row) {
+  return static_cast<std::int64_t>(text::count_characters(row)) + 1;
 }
 
 std::string footer(std::int64_t first, std::int64_t last, std::int64_t total) {
@@ -59,30 +49,58 @@ std::string footer(std::int64_t first, std::int64_t last, std::int64_t total) {
 
 }  // namespace
 
-std::string line_page(std::string_view content, std::optional<std::int64_t> offset,
-                      std::optional<std::int64_t> limit) {
-  if (content.empty()) return "(This note has no body.)";
-  const std::int64_t total = std::ranges::count(content, '\n') + 1;
-  const std::int64_t first = std::max<std::int64_t>(offset.value_or(1), 1);
-  if (first > total) return past_the_end(first, total);
-  const std::int64_t count = std::max<std::int64_t>(limit.value_or(kLinesOfAPage), 1);
-  const std::int64_t last = count > total - first ? total : first + count - 1;
+LinePager::LinePager(std::optional<std::int64_t> offset, std::optional<std::int64_t> limit)
+    : first_(std::max<std::int64_t>(offset.value_or(1), 1)),
+      limit_(std::max<std::int64_t>(limit.value_or(kLinesOfAPage), 1)),
+      room_(kCharactersOfAPage),
+      wanted_(first_ == 1) {
+  if (wanted_) lines_.emplace_back();
+}
 
-  Lines lines(content);
-  for (std::int64_t skipped = 1; skipped < first; ++skipped) lines.next();
+void LinePager::add(std::string_view text) {
+  if (!text.empty()) empty_ = false;
+  if (wanted_) lines_.back() += text;
+}
+
+void LinePager::end_line() {
+  if (wanted_) room_ -= cost(numbered(total_, 0, lines_.back()));
+  empty_ = false;
+  ++total_;
+  wanted_ = total_ >= first_ && total_ - first_ < limit_ && room_ >= 0;
+  if (wanted_) lines_.emplace_back();
+}
+
+std::string LinePager::page() const {
+  if (empty_) return "(This note has no body.)";
+  if (first_ > total_) return past_the_end(first_, total_);
+  const std::int64_t last = limit_ > total_ - first_ ? total_ : first_ + limit_ - 1;
   const std::size_t width = std::to_string(last).size();
   std::string page;
   std::int64_t budget = kCharactersOfAPage;
-  std::int64_t next = first;
-  for (; next <= last; ++next) {
-    const std::string row = numbered(next, width, lines.next());
-    budget -= static_cast<std::int64_t>(text::count_characters(row)) + 1;
-    if (next > first && budget < 0) break;
-    if (next > first) page += '\n';
+  std::int64_t next = first_;
+  for (const std::string& line : lines_) {
+    const std::string row = numbered(next, width, line);
+    budget -= cost(row);
+    if (next > first_ && budget < 0) break;
+    if (next > first_) page += '\n';
     page += row;
+    ++next;
   }
-  if (first > 1 || next <= total) page += footer(first, next - 1, total);
+  if (first_ > 1 || next <= total_) page += footer(first_, next - 1, total_);
   return page;
+}
+
+std::string line_page(std::string_view content, std::optional<std::int64_t> offset,
+                      std::optional<std::int64_t> limit) {
+  LinePager pager(offset, limit);
+  for (std::size_t end = content.find('\n'); end != std::string_view::npos;
+       end = content.find('\n')) {
+    pager.add(content.substr(0, end));
+    pager.end_line();
+    content.remove_prefix(end + 1);
+  }
+  pager.add(content);
+  return pager.page();
 }
 
 }  // namespace qv::notes

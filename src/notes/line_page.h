@@ -4,12 +4,36 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qv::notes {
 
-// One page of a note, each line behind its number, and below it where the page stands in
-// the note when it is not the whole. `offset` is the first line wanted, counted from 1;
-// `limit` how many lines, 2000 when absent. Smaller values count as 1.
+// Makes one page of a note whose text comes in pieces, each line behind its number, and
+// below it where the page stands in the note when it is not the whole.
+class LinePager {
+ public:
+  // `offset` is the first line wanted, counted from 1; `limit` how many lines, 2000 when
+  // absent. Smaller values count as 1.
+  LinePager(std::optional<std::int64_t> offset, std::optional<std::int64_t> limit);
+
+  // Adds to the line under way; `text` holds no line feed and may end within a character.
+  void add(std::string_view text);
+  void end_line();
+
+  // The page of all that was added.
+  [[nodiscard]] std::string page() const;
+
+ private:
+  std::int64_t first_;
+  std::int64_t limit_;
+  std::int64_t total_ = 1;          // lines so far, the one under way included
+  std::int64_t room_;               // characters the page can hold beyond the lines collected
+  bool wanted_;                     // whether the line under way may stand on the page
+  bool empty_ = true;               // nothing was added at all
+  std::vector<std::string> lines_;  // from the first line of the page on
+};
+
+// The page of a note that is there as a whole.
 [[nodiscard]] std::string line_page(std::string_view content, std::optional<std::int64_t> offset,
                                     std::optional<std::int64_t> limit);
 

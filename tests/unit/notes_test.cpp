@@ -4,6 +4,7 @@
 
 #include "base/json.h"
 #include "notes/line_page.h"
+#include "notes/note_stream.h"
 #include "notes/rendering.h"
 #include "notes/response.h"
 
@@ -73,31 +74,6 @@ TEST(LinePage, BoundsLinesAndPagesInCharacters) {
   }
 }
 
-TEST(NotesReply, RendersByKind) {
-  struct Row {
-    std::string_view reply, text;
-  };
-  const Row rows[] = {
-      {R"({"kind":"note"})", "No note."},
-      {R"({"kind":"note","message":"m","notebooks":[]})", "No note."},
-      {R"({"kind":"notes","notes":null,"message":"m"})",
-       "This room has no notes yet. That never means the user has none; their library is "
-       "separate and they lend notes in."},
-      {R"({"kind":"error","notebooks":[],"message":"m"})", "No notebooks."},
-      {R"({"kind":"empty"})", "Nothing here."},
-      {R"({"kind":"written","message":"m","notice":"","threadTag":""})", "m"},
-      {R"({"kind":"written","message":"m","notice":"n","threadTag":"T-1"})",
-       "m\nn\n\n(thread T-1)"},
-  };
-  for (const Row& row : rows) {
-    const auto response = record::from_text<MCPBridgeResponse>(row.reply);
-    ASSERT_TRUE(response) << row.reply;
-    EXPECT_EQ(notes::render(*response, {.method = "list_notes", .offset = {}, .limit = {}}),
-              row.text)
-        << row.reply;
-  }
-}
-
 TEST(NotesReply, CannotBeReadWithoutARequiredKey) {
   const std::string whole =
       R"({"kind":"notes",)"
@@ -116,6 +92,61 @@ TEST(NotesReply, CannotBeReadWithoutARequiredKey) {
       std::string broken = whole;
       broken.replace(broken.find(required), required.size(), replacement);
       EXPECT_FALSE(record::from_text<MCPBridgeResponse>(broken)) << broken;
+    }
+  }
+}
+
+// However the bytes arrive, a reply read as it arrives says what the whole one says.
+TEST(NoteStream, ReadsLikeTheWholeReply) {
+  struct Row {
+    std::string_view reply;
+    bool diverted;
+  };
+  const Row rows[] = {
+      {R"({"kind":"note","note":{"name":"n","content":"one\ntwo","home":"h"},"notice":"x"})", true},
+      {R"( { "note" :{"content":	"a \"b\" \\ \/ \b\f\r\t.\u000A\u00e9\u20AC\uD83D\ude00é€👩‍👩‍👧 long enough","name":"\\\""} , "kind":"note"} )",
+       true},
+      {R"({"kind":"note","note":{"name":"n","content":""}})", true},
+      {R"({"kind":"note","note":{"name":"content\":\"","n\/ote":1,"content":"\n"}})", true},
+      {R"({"kind":"note","note":{"name":"n","content":"first","content":"last"}})", true},
+      {R"({"kind":"note","content":"c","a":{"content":"d"},"note":{"name":"n","con\u0074ent":"e\nf"}})",
+       false},
+      {R"({"kind":"note","note":{"name":"n","a":["content",{"content":"d"}],"content":"e\nf"}})",
+       true},
+      {R"({"kind":"error","message":"note"})", false},
+      {R"([{"note":{"content":"e"}}])", false},
+      {R"({"kind":"note","note":{"name":"n","content":null}})", false},
+      {R"({"kind":"note","note":{"name":"n","content":"cut)", true},
+      {R"({"kind":"note","note":{"name":"n","content":"c"}} more)", true},
+      {R"({"kind":"note","note":{"name":"n","content":"\x"}})", true},
+      {R"({"kind":"note","note":{"name":"n","content":"\u12g4"}})", true},
+      {R"({"kind":"note","note":{"name":"n","content":"\ud83d"}})", true},
+      {R"({"kind":"note","note":{"name":"n","content":"\ud83d\u0041"}})", true},
+      {R"({"kind":"note","note":{"name":"n","content":"\ude00"}})", true},
+      {"{\"kind\":\"note\",\"note\":{\"name\":\"n\",\"content\":\"a\tb\"}}", true},
+      {"{\"kind\":\"note\",\"note\":{\"name\":\"n\",\"content\":\"a\xC3\"}}", true},
+      {"{\"kind\":\"note\",\"note\":{\"name\":\"n\",\"content\":\"\xED\xA0\x80\"}}", true},
+      {"{\"kind\":\"note\",\"note\":{\"name\":\"n\",\"content\":\"\x80\x80\x80\x80\x80\"}}", true},
+  };
+  const auto page_of = [](const std::optional<MCPBridgeResponse>& response) {
+    if (!response) return std::string("unreadable");
+    return notes::render(*response, {.method = "read_note", .offset = 1, .limit = 9});
+  };
+  for (const Row& row : rows) {
+    const std::string expected = page_of(record::from_text<MCPBridgeResponse>(row.reply));
+    for (std::size_t size = 1; size <= row.reply.size(); ++size) {
+      notes::NoteStream stream(1, 9);
+      for (std::size_t at = 0; at < row.reply.size(); at += size) {
+        stream.take(row.reply.substr(at, size));
+      }
+      auto response = record::from_text<MCPBridgeResponse>(stream.frame());
+      std::string shown = page_of(response);
+      if (response && response->note && stream.page()) {
+        response->note->content = *stream.page();
+        shown = notes::render(*response, {.method = "read_note", .offset = {}, .limit = {}});
+      }
+      EXPECT_EQ(shown, expected) << row.reply << " in pieces of " << size;
+      EXPECT_EQ(stream.page().has_value(), row.diverted) << row.reply;
     }
   }
 }

@@ -1,0 +1,25 @@
+"""Prints the reply for a note that makes it the largest reply there may be: 16 MiB."""
+
+import json
+import random
+
+random.seed(1)
+WORDS = "the lease parser drops a cursor when the bridge restarts so keep it and say why in the log".split()
+
+
+def line(number):
+    text = " ".join(random.choices(WORDS, k=random.randint(0, 24)))
+    if number % 20 == 0:
+        text = f"## {number // 20} — \"{text}\""
+    return json.dumps(text + "\n", ensure_ascii=False)[1:-1]
+
+
+LIMIT = 16_777_216
+head, tail = '{"kind":"note","note":{"name":"big","content":"', '"},"threadTag":"T-abc123"}'
+lines, room, number = [], LIMIT - len(head) - len(tail), 0
+while room > 400:
+    text = line(number)
+    lines.append(text)
+    room -= len(text.encode())
+    number += 1
+print(head + "".join(lines) + "x" * room + tail, end="")
