@@ -58,6 +58,8 @@ constexpr Method kMethods[] = {
     {"sandbox_confirm", Needs::nothing, methods::person_completes_goal},
     {"sandbox_reopen", Needs::nothing, methods::person_reopens_goal},
     {"sandbox_squad", Needs::nothing, methods::person_switches_squad},
+    {"sandbox_unlock", Needs::nothing, methods::person_unlocks},
+    {"sandbox_code", Needs::nothing, methods::person_reads_code},
 };
 
 Pane& nobody() {

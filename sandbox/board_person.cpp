@@ -1,5 +1,6 @@
 // The app and the person at it, as far as a board needs them: terminals are opened, blockers
-// answered, the goal confirmed, the squad switched. Only qv-sandbox itself asks for these.
+// answered, the goal confirmed, the squad switched, notes unlocked, join codes shown. Only
+// qv-sandbox itself asks for these.
 
 #include "base/text.h"
 #include "board_methods.h"
@@ -60,5 +61,14 @@ Reply person_switches_squad(const Call& call) {
   thread.record(moves::kSquadSwitched, "", std::nullopt, std::move(wakes));
   return written(thread.squad_on ? "Squad is on." : "Squad is off.");
 }
+
+Reply person_unlocks(const Call& call) {
+  RoomNote* note = call.thread.room.note(call.request.name.value_or(""));
+  if (note == nullptr || !note->read_only) return refused("No note of that name is locked.");
+  note->read_only = false;
+  return written("Unlocked \"" + note->name + "\".");
+}
+
+Reply person_reads_code(const Call& call) { return written(call.thread.join_code); }
 
 }  // namespace qv::sandbox::methods

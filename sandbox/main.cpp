@@ -11,14 +11,17 @@
 #include <string_view>
 #include <vector>
 
+#include "base/files.h"
 #include "base/io.h"
 #include "base/output.h"
 #include "base/text.h"
 #include "board.h"
 #include "bridge/token.h"
+#include "broker.h"
 #include "client.h"
 #include "command.h"
 #include "instance.h"
+#include "notes.h"
 #include "pane.h"
 #include "server.h"
 #include "thread.h"
@@ -45,8 +48,10 @@ USAGE
   qv-sandbox person answer <task> <text>
   qv-sandbox person confirm | reopen
   qv-sandbox person squad on | off
+  qv-sandbox person unlock <note>
+  qv-sandbox person code
       do what only the person at the app can do: answer a blocker, confirm that the goal is
-      complete or open it again, switch the squad
+      complete or open it again, switch the squad, unlock a note, see the join code
 
 With several sandboxes running, QV_SANDBOX says which is meant; inside a pane it is set.
 The exit status is the command's. --lease is how long a seat lasts without a sign of life
@@ -82,12 +87,15 @@ int start(const std::vector<std::string>& command, std::chrono::seconds lease,
   }
   Thread thread(lease);
   Board board(thread, bridge_token(instance->token_file("teamwork"), ""));
+  Notes notes(thread, bridge_token(instance->token_file("mcp"), ""));
   Server server;
   int status = kNotRunning;
-  if (server.listen(instance->socket("teamwork"), board)) {
+  if (server.listen(instance->socket("teamwork"), board) &&
+      server.listen(instance->socket("mcp"), notes)) {
     const Pane& pane = thread.open_pane("", ::getpid());
-    complain("a practice app, not Quorvel. This is pane " + pane.handle +
-             "; `qv-sandbox pane` opens another one. It all ends with this command.");
+    complain("a practice app, not Quorvel: one Thread, kept in memory while this command runs.");
+    complain("this is pane " + pane.handle + ". `qv-sandbox pane` opens another one; join code " +
+             thread.join_code + ".");
     status = run_command(
         command, pane_variables(*instance, pane.session, program),
         [&](int interrupt, int milliseconds) { server.serve(interrupt, milliseconds); });
@@ -147,6 +155,9 @@ int run(const std::vector<std::string>& all, const std::string& program) {
 int main(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+  if (argc > 0 && qv::files::name_of(argv[0]) == qv::sandbox::kBrokerName) {
+    return qv::sandbox::run_broker(arguments);
+  }
   const std::string program = qv::sandbox::program_path(argc > 0 ? argv[0] : "");
   return qv::sandbox::run(arguments, program);
 }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "instance.h"
 
 namespace qv::sandbox {
 
@@ -37,6 +38,8 @@ bool is_gone(const Pane& pane) {
 }
 
 }  // namespace
+
+std::string new_join_code() { return random_hex(4) + "-" + random_hex(4); }
 
 void Thread::advance(Clock::time_point now) {
   now_ = now;
@@ -92,6 +95,18 @@ Pane& Thread::open_pane(std::string session, pid_t pid) {
 void Thread::close_pane(Pane& pane) {
   vacate(pane, "terminal closed");
   pane.open = false;
+}
+
+Seat& Thread::seat(Pane& pane) {
+  if (!pane.seat) {
+    pane.seat.emplace().status = "available";
+    record(moves::kJoined, pane.fingerprint, std::nullopt);
+  }
+  pane.seat->name = pane.name;
+  pane.seat->last_command = now_;
+  pane.seat->lease_until = now_ + lease_;
+  pane.seat->warned = false;
+  return *pane.seat;
 }
 
 Pane* Thread::pane_of(std::string_view session) {
