@@ -1,3 +1,5 @@
+// The roster, and what the Thread as a whole is about.
+
 #include "base/text.h"
 #include "board_methods.h"
 

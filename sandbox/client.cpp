@@ -1,3 +1,6 @@
+// The app and its person are played through the same socket that the panes use, with methods
+// that no command of qv sends.
+
 #include "client.h"
 
 #include <cstdlib>

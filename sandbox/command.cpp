@@ -64,6 +64,10 @@ class Signals {
     ::sigprocmask(SIG_UNBLOCK, &endings, nullptr);
   }
 
+  ~Signals() { g_signal_pipe = -1; }
+  Signals(const Signals&) = delete;
+  Signals& operator=(const Signals&) = delete;
+
   [[nodiscard]] int descriptor() const { return reading_.get(); }
 
   // The next one that has arrived; 0 when there is none.

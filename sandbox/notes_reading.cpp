@@ -1,3 +1,5 @@
+// Looking at the room. Pages are cut by the program that asked, not here.
+
 #include <algorithm>
 
 #include "base/text.h"

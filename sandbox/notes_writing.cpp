@@ -1,3 +1,5 @@
+// A write never changes what a note said before: it adds a revision.
+
 #include <algorithm>
 
 #include "base/text.h"

@@ -126,6 +126,10 @@ struct HelperRun {
 
 [[nodiscard]] std::string new_join_code();
 
+// Wakes those who follow the ticket and whoever holds it.
+[[nodiscard]] std::vector<Wake> wake_followers(const Ticket& ticket, const std::string& summary,
+                                               const std::optional<std::string>& cause = {});
+
 class Thread {
  public:
   static constexpr std::string_view kTag = "T-sandbx";

@@ -95,10 +95,11 @@ run() {
   fi
 }
 
-# Sets another terminal's lines apart.
+# Sets another terminal's lines apart, a moment later, so that effects follow their causes.
 beside() {
   local line
   while IFS= read -r line; do
+    sleep 0.05
     printf '        | %s\n' "$line"
   done
 }
