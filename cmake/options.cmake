@@ -32,8 +32,11 @@ endif()
 if(CMAKE_SYSTEM_NAME STREQUAL "Darwin")
   target_link_options(qv_options INTERFACE -Wl,-dead_strip)
 else()
-  target_link_options(qv_options INTERFACE -Wl,--gc-sections)
+  target_link_options(qv_options INTERFACE -Wl,--gc-sections -Wl,--as-needed)
   if(NOT QV_SANITIZE)
     target_link_options(qv_options INTERFACE -static-libstdc++ -static-libgcc)
+    # Named here, so that the runtime finds what it needs of libm in the archive and the
+    # shared libm, which nothing else needs, stays out.
+    target_link_libraries(qv_options INTERFACE -l:libstdc++.a -l:libm.a)
   endif()
 endif()

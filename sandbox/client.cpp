@@ -69,7 +69,7 @@ std::optional<TeamworkResponse> ask(const Instance& instance, TeamworkRequest re
   request.token = bridge_token(instance.token_file("teamwork"), "");
   const auto reply =
       BridgeTransport::exchange(record::to_text(request), instance.socket("teamwork"));
-  return reply ? record::from_text<TeamworkResponse>(*reply) : std::nullopt;
+  return reply ? record::from_text<TeamworkResponse>(reply->view()) : std::nullopt;
 }
 
 int person(const Instance& instance, const std::vector<std::string>& words) {

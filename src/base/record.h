@@ -14,9 +14,9 @@
 // is half decoded on failure that anybody looks at: decode says false and that is all.
 
 #include <array>
+#include <cmath>
 #include <concepts>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -70,7 +70,7 @@ concept Enumeration = std::is_enum_v<T> && requires {
 };
 
 template <class T>
-[[nodiscard]] bool decode(const json::Value& value, T& out);
+[[nodiscard]] bool decode(json::Value value, T& out);
 template <class T>
 void encode(const T& in, std::string& out, json::Slashes slashes = json::Slashes::plain);
 
@@ -111,65 +111,105 @@ template <class T>
 struct Slot {
   std::string_view key;
   bool required;
-  bool (*read)(const json::Value&, T&);
+  bool (*read)(json::Value, T&);
+  void (*reset)(T&);
 };
 
 template <class T, std::size_t I>
-bool read_field(const json::Value& value, T& out) {
+bool read_field(json::Value value, T& out) {
   constexpr auto field = std::get<I>(Schema<T>::fields);
-  if (field.presence != Presence::required && value.is_null()) return true;
+  if (field.presence != Presence::required && value.is(json::Kind::null)) return true;
   return decode(value, out.*field.member);
+}
+
+template <class T, std::size_t I>
+void reset_field(T& out) {
+  constexpr auto field = std::get<I>(Schema<T>::fields);
+  out.*field.member = T{}.*field.member;
 }
 
 template <class T>
 inline constexpr auto slots = []<std::size_t... I>(std::index_sequence<I...>) {
   const auto& fields = Schema<T>::fields;
   return std::array{Slot<T>{std::get<I>(fields).key,
-                            std::get<I>(fields).presence == Presence::required,
-                            &read_field<T, I>}...};
+                            std::get<I>(fields).presence == Presence::required, &read_field<T, I>,
+                            &reset_field<T, I>}...};
 }
 (std::make_index_sequence<std::tuple_size_v<decltype(Schema<T>::fields)>>{});
 
 // Senders write keys in table order, so the search starts behind the last key found.
 template <class T>
-bool decode_record(const json::Value& value, T& out) {
+bool decode_record(json::Value value, T& out) {
   constexpr auto& table = slots<T>;
   static_assert(table.size() <= 64);
-  const auto* object = value.if_object();
-  if (object == nullptr) return false;
-  std::uint64_t missing = 0;
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    if (table[i].required) missing |= std::uint64_t{1} << i;
-  }
+  if (!value.is(json::Kind::object)) return false;
+  std::uint64_t seen = 0;
   std::size_t next = 0;
-  for (const auto& member : *object) {
-    const std::string_view key = member.key();
+  for (const auto& member : value.members()) {
     for (std::size_t tried = 0; tried < table.size(); ++tried) {
-      const std::size_t i = (next + tried) % table.size();
-      if (table[i].key != key) continue;
-      if (!table[i].read(member.value(), out)) return false;
-      missing &= ~(std::uint64_t{1} << i);
+      const std::size_t i =
+          next + tried < table.size() ? next + tried : next + tried - table.size();
+      if (table[i].key != member.key) continue;
+      const std::uint64_t bit = std::uint64_t{1} << i;
+      if ((seen & bit) != 0) table[i].reset(out);  // of several equal keys the last one stands
+      if (!table[i].read(member.value, out)) return false;
+      seen |= bit;
       next = i + 1;
       break;
     }
   }
-  return missing == 0;
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    if (table[i].required && (seen & (std::uint64_t{1} << i)) == 0) return false;
+  }
+  return true;
 }
 
 template <std::integral T>
-bool decode_integer(const json::Value& value, T& out) {
-  if (const auto* number = value.if_int64()) {
-    if (!std::in_range<T>(*number)) return false;
-    out = static_cast<T>(*number);
+bool decode_integer(json::Value value, T& out) {
+  std::int64_t number = 0;
+  if (value.is(json::Kind::integer)) {
+    number = value.integer();
+  } else {
+    constexpr double kLimit = 9007199254740992.0;  // beyond 2^53 a double is no exact integer
+    if (!value.is(json::Kind::real) || !(std::abs(value.real()) <= kLimit)) return false;
+    number = static_cast<std::int64_t>(value.real());
+    if (static_cast<double>(number) != value.real()) return false;
+  }
+  if (!std::in_range<T>(number)) return false;
+  out = static_cast<T>(number);
+  return true;
+}
+
+template <std::floating_point T>
+bool decode_number(json::Value value, T& out) {
+  switch (value.kind()) {
+    case json::Kind::integer: out = static_cast<T>(value.integer()); return true;
+    case json::Kind::unsigned_integer: out = static_cast<T>(value.unsigned_integer()); return true;
+    case json::Kind::real: out = static_cast<T>(value.real()); return true;
+    default: return false;
+  }
+}
+
+template <class T>
+bool decode_list(json::Value value, std::vector<T>& out) {
+  if (!value.is(json::Kind::array)) return false;
+  out.resize(value.size());
+  std::size_t i = 0;
+  for (const json::Value element : value.elements()) {
+    if (!decode(element, out[i++])) return false;
+  }
+  return true;
+}
+
+template <class T>
+bool decode_word(json::Value value, T& out) {
+  if (!value.is(json::Kind::text)) return false;
+  for (std::size_t i = 0; i < Words<T>::words.size(); ++i) {
+    if (Words<T>::words[i] != value.text()) continue;
+    out = static_cast<T>(i);
     return true;
   }
-  const auto* number = value.if_double();
-  constexpr double kLimit = 9007199254740992.0;  // beyond 2^53 a double is no exact integer
-  if (number == nullptr || !(*number >= -kLimit && *number <= kLimit)) return false;
-  const auto whole = static_cast<std::int64_t>(*number);
-  if (static_cast<double>(whole) != *number || !std::in_range<T>(whole)) return false;
-  out = static_cast<T>(whole);
-  return true;
+  return false;
 }
 
 template <class T>
@@ -193,41 +233,25 @@ void encode_record(const T& in, std::string& out, json::Slashes slashes) {
 }  // namespace detail
 
 template <class T>
-bool decode(const json::Value& value, T& out) {
+bool decode(json::Value value, T& out) {
   if constexpr (std::same_as<T, std::string>) {
-    const auto* text = value.if_string();
-    if (text != nullptr) out.assign(text->data(), text->size());
-    return text != nullptr;
+    if (!value.is(json::Kind::text)) return false;
+    out = value.text();
+    return true;
   } else if constexpr (std::same_as<T, bool>) {
-    const auto* flag = value.if_bool();
-    if (flag != nullptr) out = *flag;
-    return flag != nullptr;
+    if (!value.is(json::Kind::boolean)) return false;
+    out = value.boolean();
+    return true;
   } else if constexpr (std::integral<T>) {
     return detail::decode_integer(value, out);
   } else if constexpr (std::floating_point<T>) {
-    if (!value.is_number()) return false;
-    out = value.to_number<T>();
-    return true;
+    return detail::decode_number(value, out);
   } else if constexpr (detail::is_optional<T>) {
     return decode(value, out.emplace());
   } else if constexpr (detail::is_vector<T>) {
-    const auto* array = value.if_array();
-    if (array == nullptr) return false;
-    out.resize(array->size());
-    for (std::size_t i = 0; i < out.size(); ++i) {
-      if (!decode((*array)[i], out[i])) return false;
-    }
-    return true;
+    return detail::decode_list(value, out);
   } else if constexpr (Enumeration<T>) {
-    const auto* text = value.if_string();
-    if (text == nullptr) return false;
-    const std::string_view wanted = *text;
-    for (std::size_t i = 0; i < Words<T>::words.size(); ++i) {
-      if (Words<T>::words[i] != wanted) continue;
-      out = static_cast<T>(i);
-      return true;
-    }
-    return false;
+    return detail::decode_word(value, out);
   } else {
     static_assert(Record<T>, "no field table for this type");
     return detail::decode_record(value, out);

@@ -9,7 +9,33 @@
 #include "bridge/token.h"
 #include "bridge/transport.h"
 
-namespace qv::board {
+namespace qv {
+
+namespace board {
+
+struct BucketIds {
+  std::vector<std::string> yours;
+  std::vector<std::string> forYou;
+  std::vector<std::string> readyToClaim;
+  std::vector<std::string> waiting;
+  std::vector<std::string> done;
+  std::vector<std::string> rejected;
+};
+
+}  // namespace board
+
+template <>
+struct record::Schema<board::BucketIds> {
+  using Ids = board::BucketIds;
+  static constexpr auto fields = std::tuple{required("yours", &Ids::yours),
+                                            required("forYou", &Ids::forYou),
+                                            required("readyToClaim", &Ids::readyToClaim),
+                                            required("waiting", &Ids::waiting),
+                                            required("done", &Ids::done),
+                                            required("rejected", &Ids::rejected)};
+};
+
+namespace board {
 
 namespace {
 
@@ -21,7 +47,7 @@ bool refused(const TeamworkResponse& response) {
 }
 
 // Later reads depend on who this pane is, so what a reply tells about it is kept.
-void remember(const TeamworkResponse& response, const json::Value& reply, std::string_view method,
+void remember(const TeamworkResponse& response, json::Value reply, std::string_view method,
               CLIRuntime& runtime) {
   const TeamworkAgent* seat = own_seat(response);
   const bool left = method == "unregister" && !refused(response);
@@ -36,7 +62,7 @@ void remember(const TeamworkResponse& response, const json::Value& reply, std::s
       state.fingerprint = seat->fingerprint;
       if (!seat->handle.empty()) state.handle = seat->handle;
     }
-    if (response.obligations) state.obligationsJSON = json::compact(reply.at("obligations"));
+    if (response.obligations) state.obligationsJSON = json::compact(*reply.member("obligations"));
   });
 }
 
@@ -46,34 +72,33 @@ std::string reader_of(const TeamworkResponse& response, CLIRuntime& runtime) {
   return runtime.state().load().fingerprint.value_or("");
 }
 
-// A task list's JSON also carries the ids of each bucket, so that a script sees the same
-// grouping as the prose.
-const boost::json::object* add_buckets(const TeamworkResponse& response, std::string_view reader,
-                                       boost::json::object& reply) {
-  if (!response.tasks) return nullptr;
-  const TaskBuckets buckets = grouped(*response.tasks, reader);
-  boost::json::object object;
-  const auto add = [&object](std::string_view name, const TaskBuckets::Tasks& tasks) {
-    boost::json::array ids;
-    for (const TeamworkTask* task : tasks) ids.emplace_back(task->id);
-    object.emplace(name, std::move(ids));
-  };
-  add("yours", buckets.yours);
-  add("forYou", buckets.forYou);
-  add("readyToClaim", buckets.readyToClaim);
-  add("waiting", buckets.waiting);
-  add("done", buckets.done);
-  add("rejected", buckets.rejected);
-  return reply.insert_or_assign("buckets", std::move(object)).first->value().if_object();
+std::vector<std::string> ids_of(const TaskBuckets::Tasks& tasks) {
+  std::vector<std::string> ids;
+  for (const TeamworkTask* task : tasks) ids.push_back(task->id);
+  return ids;
 }
 
-std::string as_json(const TeamworkResponse& response, json::Value& reply, std::string_view method,
+// A task list's JSON also carries the ids of each bucket, so that a script sees the same
+// grouping as the prose.
+std::string bucket_ids(const std::vector<TeamworkTask>& tasks, std::string_view reader) {
+  const TaskBuckets buckets = grouped(tasks, reader);
+  return record::to_text(BucketIds{
+      .yours = ids_of(buckets.yours),
+      .forYou = ids_of(buckets.forYou),
+      .readyToClaim = ids_of(buckets.readyToClaim),
+      .waiting = ids_of(buckets.waiting),
+      .done = ids_of(buckets.done),
+      .rejected = ids_of(buckets.rejected),
+  });
+}
+
+std::string as_json(const TeamworkResponse& response, json::Value reply, std::string_view method,
                     CLIRuntime& runtime) {
-  const boost::json::object* buckets = nullptr;
-  if (method == "list_tasks") {
-    buckets = add_buckets(response, reader_of(response, runtime), reply.as_object());
-  }
-  return json::pretty(reply, buckets);
+  if (method != "list_tasks" || !response.tasks) return json::pretty(reply);
+  const std::string ids = bucket_ids(*response.tasks, reader_of(response, runtime));
+  const auto buckets = json::parse(ids);
+  return buckets ? json::pretty(reply, json::AddedMember{"buckets", *buckets})
+                 : json::pretty(reply);
 }
 
 std::string as_prose(const TeamworkResponse& response, std::string_view method, const Flags& flags,
@@ -104,13 +129,12 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
   }
   const std::string request =
       record::to_text(std::get<TeamworkRequest>(outcome), json::Slashes::escaped);
-  auto bytes = BridgeTransport::exchange(request, env.collabSocket);
+  const auto bytes = BridgeTransport::exchange(request, env.collabSocket);
   if (!bytes) {
     runtime.err(complaints::not_answering("board"));
     return ExitCode::unavailable;
   }
-  auto reply = json::parse(*bytes);
-  bytes.reset();  // a reply may be large, and the value holds all of it
+  const auto reply = json::parse(bytes->view());
   TeamworkResponse response;
   if (!reply || !record::decode(*reply, response)) {
     runtime.err("qv: the board sent a reply this build could not read.");
@@ -125,11 +149,12 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
     runtime.err("qv task " + std::string(verb.name) +
                 ": nothing here by that name. Check the id with `qv task list`.");
   } else {
-    reply.reset();
     runtime.out(as_prose(response, verb.method, flags, runtime));
   }
   if (not_found) return ExitCode::notFound;
   return refused(response) ? ExitCode::refused : ExitCode::ok;
 }
 
-}  // namespace qv::board
+}  // namespace board
+
+}  // namespace qv

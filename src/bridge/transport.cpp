@@ -13,8 +13,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "base/descriptor.h"
+#include "platform/memory.h"
 #include "platform/sockets.h"
 
 namespace qv::BridgeTransport {
@@ -61,37 +63,41 @@ bool send_all(const Descriptor& connection, std::string_view bytes) {
   return true;
 }
 
-// Reads into one growing buffer that becomes the reply itself.
-std::optional<std::string> receive(const Descriptor& connection, const Options& options) {
-  constexpr std::size_t kSmallestRead = 64 * 1024;
+// Reads straight into the buffer that becomes the reply. Most replies fit its first size;
+// for the others it is made large enough for any, of which the system hands out only what
+// is really written.
+std::optional<Reply> receive(const Descriptor& connection, const Options& options) {
+  constexpr std::size_t kUsualSize = 64 * 1024;
+  constexpr std::size_t kMemoryPerReplyByte = 6;  // with all that is made of it
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
-  std::string reply;
-  std::size_t used = 0;
+  Reply reply{std::unique_ptr<char[]>(new char[kUsualSize])};
+  std::size_t capacity = kUsualSize;
   for (;;) {
-    if (reply.size() - used < kSmallestRead) {
-      // Twice as much each time, but never far beyond what could still be accepted.
-      reply.resize(std::min(std::max(used * 2, kSmallestRead * 2), limit + kSmallestRead + 1));
+    if (reply.size == capacity) {
+      capacity = limit + kUsualSize;
+      platform::expect_large_memory(kMemoryPerReplyByte * capacity);
+      std::unique_ptr<char[]> larger(new char[capacity]);
+      std::memcpy(larger.get(), reply.bytes.get(), reply.size);
+      reply.bytes = std::move(larger);
     }
-    const ssize_t count = ::recv(connection.get(), reply.data() + used, reply.size() - used, 0);
+    char* const start = reply.bytes.get() + reply.size;
+    const ssize_t count = ::recv(connection.get(), start, capacity - reply.size, 0);
     if (count < 0) {
       if (errno == EINTR) continue;
       return std::nullopt;
     }
-    const std::size_t end = used + static_cast<std::size_t>(count);
-    const std::size_t found = std::string_view(reply.data(), end).find(options.terminator, used);
-    const bool finished = count == 0 || found != std::string_view::npos;
-    used = std::min(end, found);
-    if (used > limit || (count == 0 && used == 0)) return std::nullopt;
-    if (!finished) continue;
-    reply.resize(used);
-    return reply;
+    const std::string_view read(start, static_cast<std::size_t>(count));
+    const std::size_t end = read.find(options.terminator);
+    reply.size += std::min(end, read.size());
+    if (reply.size > limit || (count == 0 && reply.size == 0)) return std::nullopt;
+    if (count == 0 || end != std::string_view::npos) return reply;
   }
 }
 
 }  // namespace
 
-std::optional<std::string> exchange(std::string_view request, const std::string& socket_path,
-                                    const Options& options) {
+std::optional<Reply> exchange(std::string_view request, const std::string& socket_path,
+                              const Options& options) {
   if (socket_path.empty()) return std::nullopt;
   const Descriptor connection = platform::open_stream_socket();
   if (!connection.valid()) return std::nullopt;

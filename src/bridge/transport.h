@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,13 +17,21 @@ struct Options {
   std::int64_t maxResponseBytes = 16'777'216;  // without the terminator
 };
 
+// The bytes of a reply, without its terminator.
+struct Reply {
+  std::unique_ptr<char[]> bytes;
+  std::size_t size = 0;
+
+  [[nodiscard]] std::string_view view() const { return {bytes.get(), size}; }
+};
+
 // Sends `request` (one JSON document without its terminator) to the bridge at
 // `socket_path` and gives its reply up to the terminator. Nothing when the bridge cannot
 // be reached, does not take the whole request, does not answer in time or at all, or
 // answers with more than is allowed. Never prints, never raises SIGPIPE.
-[[nodiscard]] std::optional<std::string> exchange(std::string_view request,
-                                                  const std::string& socket_path,
-                                                  const Options& options = {});
+[[nodiscard]] std::optional<Reply> exchange(std::string_view request,
+                                            const std::string& socket_path,
+                                            const Options& options = {});
 
 // Whether somebody listens on the socket. Connects and writes nothing; never waits.
 [[nodiscard]] bool is_live(const std::string& socket_path);

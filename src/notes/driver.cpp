@@ -30,27 +30,25 @@ ExitCode run(const Verb& verb, const ArgParser::ArgBox& flags, bool wantsJSON,
   }
   const MCPBridgeRequest request = MCPRequestBuilder::build(
       verb.method, flags, bridge_token(env.notesTokenFile, env.notesTokenSeed), env.sessionID);
-  auto bytes =
+  const auto bytes =
       BridgeTransport::exchange(record::to_text(request, json::Slashes::escaped), env.notesSocket);
   if (!bytes) {
     runtime.err(complaints::not_answering("notes"));
     return ExitCode::unavailable;
   }
-  auto reply = json::parse(*bytes);
-  if (reply) bytes.reset();  // a reply may be large, and the value holds all of it
+  const auto reply = json::parse(bytes->view());
   std::optional<MCPBridgeResponse> response(std::in_place);
   if (!reply || !record::decode(*reply, *response)) response.reset();
 
   const ExitCode status = status_for(response, verb);
   if (wantsJSON) {
-    runtime.out(reply ? json::pretty(*reply) : *bytes);
+    runtime.out(reply ? json::pretty(*reply) : std::string(bytes->view()));
   } else if (!response) {
     runtime.err("qv: the notes bridge sent a reply this build could not read.");
   } else if (status == ExitCode::notFound) {
     runtime.err("qv note " + std::string(verb.name) +
                 ": no note by that name in this room. `qv note list` shows what is here.");
   } else {
-    reply.reset();
     runtime.out(render(*response, {verb.method, flags.integer("offset"), flags.integer("limit")}));
   }
   return status;

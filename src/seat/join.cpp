@@ -53,7 +53,7 @@ struct Claim {
 };
 
 struct Reply {
-  json::Value json;
+  json::Document json;  // of the bytes it was read from
   MCPBridgeResponse response;
 
   [[nodiscard]] bool refused() const { return response.kind == MCPBridgeResponse::Kind::error; }
@@ -70,8 +70,8 @@ Claim claim_from(const Options& options, const std::string& seat_file) {
   return claim;
 }
 
-std::optional<std::string> ask(const Claim& claim, const std::string& socket,
-                               const std::string& token, const std::string& sessionID) {
+std::optional<BridgeTransport::Reply> ask(const Claim& claim, const std::string& socket,
+                                          const std::string& token, const std::string& sessionID) {
   MCPBridgeRequest request;
   request.token = token;
   request.sessionID = sessionID;
@@ -123,7 +123,7 @@ ExitCode join_known_instance(const Claim& claim, bool wantsJSON, CLIRuntime& run
     runtime.err(complaints::not_answering("notes"));
     return ExitCode::unavailable;
   }
-  const auto reply = read_reply(*bytes);
+  const auto reply = read_reply(bytes->view());
   if (!reply) {
     runtime.err("qv join: the notes bridge sent a reply this build could not read.");
     return ExitCode::refused;
@@ -140,7 +140,7 @@ ExitCode join_any_instance(const Claim& claim, bool wantsJSON, CLIRuntime& runti
     const auto bytes = ask(claim, instance.socketPath, bridge_token(instance.tokenPath, ""),
                            runtime.env().sessionID);
     if (!bytes) continue;
-    const auto reply = read_reply(*bytes);
+    const auto reply = read_reply(bytes->view());
     if (!reply || reply->refused()) continue;
     return admitted(*reply, instance.socketPath, wantsJSON, runtime);
   }

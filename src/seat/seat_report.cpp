@@ -1,8 +1,49 @@
 #include "seat/seat_report.h"
 
-#include "base/json.h"
+#include "base/record.h"
 
-namespace qv::seat {
+namespace qv {
+
+namespace seat {
+
+// The report as a script reads it.
+struct Bridges {
+  std::string board;
+  std::string notes;
+  std::string vault;
+};
+
+struct Machine {
+  std::string sessionID;
+  std::string fingerprint;
+  std::string handle;
+  bool registered = false;
+  std::int64_t lastSeenRev = 0;
+  Bridges bridges;
+};
+
+}  // namespace seat
+
+template <>
+struct record::Schema<seat::Bridges> {
+  using Bridges = seat::Bridges;
+  static constexpr auto fields =
+      std::tuple{required("board", &Bridges::board), required("notes", &Bridges::notes),
+                 required("vault", &Bridges::vault)};
+};
+
+template <>
+struct record::Schema<seat::Machine> {
+  using Machine = seat::Machine;
+  static constexpr auto fields = std::tuple{required("sessionID", &Machine::sessionID),
+                                            required("fingerprint", &Machine::fingerprint),
+                                            required("handle", &Machine::handle),
+                                            required("registered", &Machine::registered),
+                                            required("lastSeenRev", &Machine::lastSeenRev),
+                                            required("bridges", &Machine::bridges)};
+};
+
+namespace seat {
 
 namespace {
 
@@ -29,16 +70,19 @@ std::string as_prose(const SeatReport& report) {
 }
 
 std::string as_json(const SeatReport& report) {
-  return json::pretty(boost::json::object{
-      {"sessionID", report.sessionID},
-      {"fingerprint", report.fingerprint},
-      {"handle", report.handle},
-      {"registered", !report.fingerprint.empty()},
-      {"lastSeenRev", report.lastSeenRev},
-      {"bridges", boost::json::object{{"board", state_word(report.boardUp)},
-                                      {"notes", state_word(report.notesUp)},
-                                      {"vault", state_word(report.vaultUp)}}},
+  const auto word = [](bool up) { return std::string(state_word(up)); };
+  const std::string text = record::to_text(Machine{
+      .sessionID = report.sessionID,
+      .fingerprint = report.fingerprint,
+      .handle = report.handle,
+      .registered = !report.fingerprint.empty(),
+      .lastSeenRev = report.lastSeenRev,
+      .bridges = {word(report.boardUp), word(report.notesUp), word(report.vaultUp)},
   });
+  const auto document = json::parse(text);
+  return document ? json::pretty(*document) : text;
 }
 
-}  // namespace qv::seat
+}  // namespace seat
+
+}  // namespace qv

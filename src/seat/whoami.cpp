@@ -43,7 +43,7 @@ ExitCode set_name(const std::string& name, CLIRuntime& runtime) {
     runtime.err(complaints::not_answering("notes"));
     return ExitCode::unavailable;
   }
-  const auto response = record::from_text<MCPBridgeResponse>(*reply);
+  const auto response = record::from_text<MCPBridgeResponse>(reply->view());
   if (!response) {
     runtime.err("qv whoami: the notes bridge sent a reply this build could not read.");
     return ExitCode::usage;
@@ -67,7 +67,7 @@ std::optional<TeamworkResponse> agents_on_board(const CLIEnvironment& env) {
   const auto reply =
       BridgeTransport::exchange(record::to_text(request, json::Slashes::escaped), env.collabSocket);
   if (!reply) return std::nullopt;
-  auto response = record::from_text<TeamworkResponse>(*reply);
+  auto response = record::from_text<TeamworkResponse>(reply->view());
   if (response && (response->kind == Kind::gated || response->kind == Kind::error)) return {};
   return response;
 }

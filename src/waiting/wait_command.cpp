@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
+#include <cerrno>
 #include <ctime>
 
 #include "base/files.h"
@@ -29,7 +29,7 @@ class RealWorld : public WaitWorld {
   void sleep(double seconds) override {
     timespec left{};
     left.tv_sec = static_cast<time_t>(seconds);
-    left.tv_nsec = std::lround((seconds - std::floor(seconds)) * 1e9) % 1'000'000'000;
+    left.tv_nsec = static_cast<long>((seconds - static_cast<double>(left.tv_sec)) * 1e9);
     while (::nanosleep(&left, &left) != 0 && errno == EINTR) {
     }
   }
@@ -42,8 +42,9 @@ class RealWorld : public WaitWorld {
     TeamworkRequest addressed = request;
     addressed.token = bridge_token(env_.collabTokenFile, env_.collabTokenSeed);
     addressed.sessionID = env_.sessionID;
-    return BridgeTransport::exchange(record::to_text(addressed, json::Slashes::escaped),
-                                     env_.collabSocket);
+    const auto reply = BridgeTransport::exchange(record::to_text(addressed, json::Slashes::escaped),
+                                                 env_.collabSocket);
+    return reply ? std::optional<std::string>(reply->view()) : std::nullopt;
   }
 
   std::int64_t cursor() override { return runtime_.state().load().lastSeenRev; }

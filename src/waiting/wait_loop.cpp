@@ -51,7 +51,7 @@ class Wait {
 
     const double started = world_.monotonic();
     const auto bytes = world_.exchange(poll_request());
-    auto reply = bytes ? json::parse(*bytes) : std::nullopt;
+    const auto reply = bytes ? json::parse(*bytes) : std::nullopt;
     TeamworkResponse response;
     if (!reply || !record::decode(*reply, response)) {
       world_.sleep(kRetrySeconds);
@@ -110,7 +110,7 @@ class Wait {
     last_heartbeat_ = world_.monotonic();
   }
 
-  Result answer(const TeamworkResponse& response, const json::Value& reply) {
+  Result answer(const TeamworkResponse& response, json::Value reply) {
     switch (response.kind) {
       case Kind::changes:
         return response.changes ? moved(*response.changes, response, reply) : std::nullopt;
@@ -123,7 +123,7 @@ class Wait {
   }
 
   Result moved(const TeamworkChangeFeed& feed, const TeamworkResponse& response,
-               const json::Value& reply) {
+               json::Value reply) {
     cursor_ = feed.rev;
     world_.save_cursor(cursor_);
     if (feed.wakeReasons.empty() && !feed.goalComplete && !feed.changed) return std::nullopt;

@@ -11,7 +11,7 @@ A scenario is a transcript. A case begins with what is typed and ends with the s
     = 0
 
 `notes<` and `notes>` do the same for the notes bridge. A request is compared whole, without
-its envelope, which is checked against the pane's. An answer may also be an action: `!close`,
+its envelope, which is checked against the pane's; "*" stands for any number. An answer may also be an action: `!close`,
 `!stall`, `!drip TEXT` (a byte at a time), `!raw BYTES` (a Python string literal, nothing
 added), `!early TEXT` (answered before the request is read), `!sized N` (a reply of N bytes).
 Cases of one file share a home, so what one leaves on disk the next one finds.
@@ -127,6 +127,8 @@ class Server(threading.Thread):
         except ValueError as error:
             self.faults.append(f"{self.name}: the request is no JSON: {error}")
             return
+        for key in [key for key, value in whole.items() if value == "*" and type(request.get(key)) is int]:
+            whole[key] = request[key]
         if not received.endswith(b"}\n") or received.count(b"\n") != 1:
             self.faults.append(f"{self.name}: the request is not one line")
         if list(request)[:4] != [*envelope, "method"] or dump(request) != dump(whole):

@@ -56,6 +56,36 @@ TEST(JSON, PrintsWhatItReadSortedAndExact) {
             "{\n  \"a\": [\n    1,\n    {\n      \"c\": null\n    }\n  ],\n  \"b\": []\n}");
 }
 
+TEST(JSON, OfEqualKeysTheLastStandsAndAnAddedMemberReplaces) {
+  const auto value =
+      json::parse(R"({"longer than eight b":1,"longer than eight a":2,"a":1,"a":3})");
+  const auto added = json::parse(R"({"z":[],"y":{"d":1,"c":2}})");
+  EXPECT_EQ(json::compact(*value), R"({"a":3,"longer than eight a":2,"longer than eight b":1})");
+  const auto object = json::parse(R"({"buckets":0,"kind":"k"})");
+  EXPECT_EQ(json::pretty(*object, json::AddedMember{"buckets", *added}),
+            "{\n  \"buckets\": {\n    \"z\": [],\n    \"y\": {\n      \"d\": 1,\n      \"c\": 2\n  "
+            "  }\n  },"
+            "\n  \"kind\": \"k\"\n}");
+}
+
+TEST(JSON, EscapesWhereverASpecialByteStands) {
+  constexpr std::pair<std::string_view, std::string_view> kCases[] = {
+      {"\"", "\\\""}, {"\\", "\\\\"},   {"\x1f", "\\u001f"}, {"\n", "\\n"},
+      {"/", "/"},     {"\x7f", "\x7f"}, {"é", "é"}};
+  for (std::size_t length = 0; length < 20; ++length) {
+    for (const auto& [raw, escaped] : kCases) {
+      const std::string before(length, 'x');
+      const std::string text = before + std::string(raw) + "/tail";
+      std::string out;
+      json::append_text(out, text);
+      EXPECT_EQ(out, "\"" + before + std::string(escaped) + "/tail\"");
+      const auto back = json::parse(out);
+      ASSERT_TRUE(back);
+      EXPECT_EQ(back->root().text(), text);
+    }
+  }
+}
+
 TEST(JSON, DoublesSurviveToTheLastBit) {
   std::mt19937_64 random(7);
   for (int i = 0; i < 20000; ++i) {
@@ -120,6 +150,7 @@ TEST(Record, PresenceAndTypes) {
   EXPECT_EQ(record::to_text(*lenient), R"({"id":"x","count":3,"flag":false,"tags":["initial"]})");
   EXPECT_EQ(record::to_text(Sample{.id = "a/b", .count = {}, .tags = {}}, json::Slashes::escaped),
             R"({"id":"a\/b","flag":true,"tags":[]})");
+  EXPECT_EQ(record::from_text<Sample>(R"({"id":"x","count":1,"count":null})")->count, std::nullopt);
   for (const auto* bad : {R"({})", R"({"id":null})", R"({"id":1})", R"({"id":"x","count":1.5})",
                           R"({"id":"x","count":1e30})", R"({"id":"x","tags":["a",1]})",
                           R"({"id":"x","flag":"true"})", R"(["id"])"}) {

@@ -99,34 +99,24 @@ TEST(NotesReply, RendersByKind) {
 }
 
 TEST(NotesReply, CannotBeReadWithoutARequiredKey) {
-  const auto whole = json::parse(R"({"kind":"notes",
-      "notes":[{"name":"n","summary":"s","sections":[],"notebook":"b","lines":1,"lastEditedBy":"e"}],
-      "notebooks":[{"name":"n","notes":1,"access":"a"}],
-      "note":{"name":"n","content":"c"},
-      "folderLock":{"paths":[],"scope":"thread"}})");
-  ASSERT_TRUE(whole);
-  MCPBridgeResponse response;
-  EXPECT_TRUE(record::decode(*whole, response));
-
-  std::size_t tried = 0;
-  for (const char* owner : {"", "/notes/0", "/notebooks/0", "/note", "/folderLock"}) {
-    const auto members = whole->at_pointer(owner).as_object();
-    for (const auto& member : members) {
-      if (*owner == '\0' && member.key() != "kind") continue;
-      for (const bool present : {false, true}) {  // absent, or there and null
-        json::Value broken = *whole;
-        auto& object = broken.at_pointer(owner).as_object();
-        object.erase(member.key());
-        if (present) object.emplace(member.key(), nullptr);
-        EXPECT_FALSE(record::decode(broken, response)) << owner << "/" << member.key();
-        ++tried;
-      }
+  const std::string whole =
+      R"({"kind":"notes",)"
+      R"("notes":[{"name":"N","summary":"s","sections":[],"notebook":"b","lines":1,"lastEditedBy":"e"}],)"
+      R"("notebooks":[{"name":"B","notes":1,"access":"a"}],)"
+      R"("note":{"name":"C","content":"c"},)"
+      R"("folderLock":{"paths":[],"scope":"thread"}})";
+  EXPECT_TRUE(record::from_text<MCPBridgeResponse>(whole));
+  for (const std::string required :
+       {R"("kind":"notes")", R"("name":"N")", R"("summary":"s")", R"("sections":[])",
+        R"("notebook":"b")", R"("lines":1)", R"("lastEditedBy":"e")", R"("name":"B")",
+        R"("notes":1)", R"("access":"a")", R"("name":"C")", R"("content":"c")", R"("paths":[])",
+        R"("scope":"thread")"}) {
+    const std::string key = required.substr(0, required.find(':'));
+    for (const std::string& replacement : {std::string(R"("other":0)"), key + ":null"}) {
+      std::string broken = whole;
+      broken.replace(broken.find(required), required.size(), replacement);
+      EXPECT_FALSE(record::from_text<MCPBridgeResponse>(broken)) << broken;
     }
-  }
-  EXPECT_EQ(tried, 28U);
-  for (const char* text : {R"({"kind":"gone"})", R"({"kind":"Notes"})", R"({"kind":1})", "[]",
-                           R"({"kind":"empty","folderLock":{"paths":[],"scope":"all"}})"}) {
-    EXPECT_FALSE(record::from_text<MCPBridgeResponse>(text)) << text;
   }
 }
 
