@@ -2,6 +2,8 @@
 // answered, the goal confirmed, the squad switched, notes unlocked, join codes shown. Only
 // qv-sandbox itself asks for these.
 
+#include <utility>
+
 #include "base/text.h"
 #include "board_methods.h"
 
@@ -9,7 +11,8 @@ namespace qv::sandbox::methods {
 
 Reply open_pane(const Call& call) {
   const auto pid = text::whole_number(call.request.name.value_or(""));
-  if (!pid || *pid <= 1) return refused("A pane needs the id of its process.");
+  if (!pid || *pid <= 1 || !std::in_range<pid_t>(*pid))
+    return refused("A pane needs the id of its process.");
   const Pane& pane = call.thread.open_pane("", static_cast<pid_t>(*pid));
   Reply reply = written(pane.handle);
   reply.panes = {{pane.handle}};

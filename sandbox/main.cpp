@@ -3,6 +3,7 @@
 // from other terminals. It is one process and one private directory, and both are gone when
 // its command ends.
 
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -70,11 +71,14 @@ Arguments split(const std::vector<std::string>& all) {
   return arguments;
 }
 
-// Terminals close with the app they belong to.
-void close_other_panes(const Thread& thread) {
-  for (const Pane& pane : thread.panes) {
-    if (pane.open && pane.pid > 0 && pane.pid != ::getpid()) ::kill(pane.pid, SIGHUP);
-  }
+// Sleeps, but hangs up like a terminal whose app has quit once the sandbox is gone.
+Meanwhile while_running(const Instance& instance) {
+  return [directory = instance.directory](int interrupt, int milliseconds) {
+    constexpr int kLookMilliseconds = 300;
+    pollfd watched{interrupt, POLLIN, 0};
+    ::poll(&watched, 1, milliseconds < 0 ? kLookMilliseconds : milliseconds);
+    if (!files::exists(directory)) ::raise(SIGHUP);
+  };
 }
 
 int start(const std::vector<std::string>& command, std::chrono::seconds lease,
@@ -99,7 +103,6 @@ int start(const std::vector<std::string>& command, std::chrono::seconds lease,
     status = run_command(
         command, pane_variables(*instance, pane.session, program),
         [&](int interrupt, int milliseconds) { server.serve(interrupt, milliseconds); });
-    close_other_panes(thread);
   } else {
     complain("no socket could be opened in " + instance->directory + ".");
   }
@@ -118,7 +121,8 @@ int join(const std::vector<std::string>& command, const Instance& instance,
     return kNotRunning;
   }
   complain("pane " + *reply->message + " of the practice app.");
-  return run_command(command, pane_variables(instance, *reply->notice, program), sleep_until);
+  return run_command(command, pane_variables(instance, *reply->notice, program),
+                     while_running(instance));
 }
 
 int run(const std::vector<std::string>& all, const std::string& program) {
@@ -145,7 +149,8 @@ int run(const std::vector<std::string>& all, const std::string& program) {
   if (!instance) return kNotRunning;
   if (first == "person") return person(*instance, {words.begin() + 1, words.end()});
   if (first == "pane") return join(arguments.command, *instance, program);
-  return run_command(arguments.command, outside_variables(*instance, program), sleep_until);
+  return run_command(arguments.command, outside_variables(*instance, program),
+                     while_running(*instance));
 }
 
 }  // namespace
