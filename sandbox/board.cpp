@@ -11,6 +11,8 @@ namespace {
 
 using Kind = Reply::Kind;
 
+constexpr std::int64_t kLongestHold = 30'000;  // milliseconds; a client reads for 40 seconds
+
 // What must be so before a method is called at all.
 enum class Needs { nothing, pane, seat, seat_and_task };
 
@@ -58,6 +60,8 @@ constexpr Method kMethods[] = {
     {"sandbox_confirm", Needs::nothing, methods::person_completes_goal},
     {"sandbox_reopen", Needs::nothing, methods::person_reopens_goal},
     {"sandbox_squad", Needs::nothing, methods::person_switches_squad},
+    {"sandbox_unlock", Needs::nothing, methods::person_unlocks},
+    {"sandbox_code", Needs::nothing, methods::person_reads_code},
 };
 
 Pane& nobody() {
@@ -123,7 +127,8 @@ Answer Board::answer(const std::string& text, Clock::time_point received) {
   Reply reply;
   reply.kind = Kind::changes;
   reply.changes = change_feed(call);
-  const auto until = received + std::chrono::milliseconds(request->holdMs.value_or(0));
+  const auto hold = std::clamp<std::int64_t>(request->holdMs.value_or(0), 0, kLongestHold);
+  const auto until = received + std::chrono::milliseconds(hold);
   const bool moved = reply.changes->changed || reply.changes->goalComplete;
   if (!moved && Clock::now() < until) return Hold{until};
   return finished(std::move(reply), call);

@@ -40,6 +40,13 @@ std::vector<std::string> others(const TeamworkDiscussion& debate, const Pane& ca
   return parties;
 }
 
+Reply shown(const TeamworkDiscussion& debate, const Call& call) {
+  Reply reply;
+  reply.kind = Reply::Kind::discussion;
+  reply.discussion = debate_record(debate, call.caller);
+  return reply;
+}
+
 }  // namespace
 
 Reply open_discussion(const Call& call) {
@@ -71,10 +78,7 @@ Reply open_discussion(const Call& call) {
   const std::string summary = call.caller.handle + " opened " + debate.id + " with you.";
   thread.record(moves::kDebateOpened, call.caller.fingerprint, debate.taskID,
                 wake_all(addressed, {"mentioned", debate.taskID, summary, question}));
-  Reply reply;
-  reply.kind = Reply::Kind::discussion;
-  reply.discussion = debate_record(debate, call.caller);
-  return reply;
+  return shown(debate, call);
 }
 
 Reply reply_discussion(const Call& call) {
@@ -101,10 +105,7 @@ Reply reply_discussion(const Call& call) {
   call.thread.record(moves::kDebateReply, self, debate->taskID,
                      wake_all(debate->owingParties,
                               {"discussionReply", debate->taskID, summary, call.request.body}));
-  Reply reply;
-  reply.kind = Reply::Kind::discussion;
-  reply.discussion = debate_record(*debate, call.caller);
-  return reply;
+  return shown(*debate, call);
 }
 
 Reply resolve_discussion(const Call& call) {
@@ -123,10 +124,7 @@ Reply resolve_discussion(const Call& call) {
   call.thread.record(moves::kDebateResolved, call.caller.fingerprint, debate->taskID,
                      wake_all(others(*debate, call.caller),
                               {"discussionReply", debate->taskID, summary, debate->resolution}));
-  Reply reply;
-  reply.kind = Reply::Kind::discussion;
-  reply.discussion = debate_record(*debate, call.caller);
-  return reply;
+  return shown(*debate, call);
 }
 
 }  // namespace qv::sandbox::methods

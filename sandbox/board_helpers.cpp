@@ -26,12 +26,10 @@ Ticket* work_for(const Call& call) {
 Pane& start_pretending(const Call& call) {
   Thread& thread = call.thread;
   Pane& helper = thread.open_pane("", 0);
-  Seat& seat = helper.seat.emplace();
-  seat.name = std::string(kHelper) + " " + helper.handle;
+  helper.name = std::string(kHelper) + " " + helper.handle;
+  Seat& seat = thread.seat(helper);
   seat.role = "helper";
   seat.status = "pretending to work";
-  seat.last_command = thread.now();
-  seat.lease_until = thread.now() + thread.lease();
   return helper;
 }
 
@@ -39,6 +37,7 @@ std::string wrong_request(const Call& call) {
   const TeamworkRequest& request = call.request;
   const std::string agent = request.agent.value_or(std::string(kHelper));
   if (!call.thread.squad_on) return "Squad is off for this thread, so no helper can be started.";
+  if (!call.caller.secret.empty()) return "A seat from outside cannot ask for hands.";
   if (request.to) return "There is no other device here; this is a practice app.";
   if (agent != kHelper)
     return "No helper called " + agent + " is allowed here, only " + std::string(kHelper) + ".";

@@ -81,6 +81,8 @@ Reply person_answers(const Call& call);
 Reply person_completes_goal(const Call& call);
 Reply person_reopens_goal(const Call& call);
 Reply person_switches_squad(const Call& call);
+Reply person_unlocks(const Call& call);
+Reply person_reads_code(const Call& call);
 
 }  // namespace methods
 

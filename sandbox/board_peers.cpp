@@ -1,6 +1,7 @@
 // What seats do to one another's attention: follow, ask, review, comment, hand over, write.
 
 #include <algorithm>
+#include <iterator>
 
 #include "base/text.h"
 #include "board_methods.h"
@@ -13,16 +14,9 @@ Reply nobody_called(const std::string& named) {
   return refused("Nobody here answers to " + named + ". `qv board agents` lists who does.");
 }
 
-const std::string kSquadIsOff =
+constexpr const char* kSquadIsOff =
     "Squad is off for this thread, so no agent here can be addressed directly. Coordinate through "
     "the board.";
-
-TeamworkTaskWatcher* watcher_of(Ticket& ticket, const Pane& pane) {
-  for (TeamworkTaskWatcher& watcher : ticket.record.watchers) {
-    if (watcher.fingerprint == pane.fingerprint) return &watcher;
-  }
-  return nullptr;
-}
 
 }  // namespace
 
@@ -45,9 +39,12 @@ void aim(const Call& call, Ticket& ticket, const Pane& at) {
 namespace methods {
 
 Reply watch_task(const Call& call) {
-  if (watcher_of(*call.ticket, call.caller) == nullptr) {
-    call.ticket->record.watchers.push_back(
-        {"agent", call.caller.fingerprint, call.caller.handle, false});
+  auto& watchers = call.ticket->record.watchers;
+  const auto follows = [&](const auto& watcher) {
+    return watcher.fingerprint == call.caller.fingerprint;
+  };
+  if (std::ranges::none_of(watchers, follows)) {
+    watchers.push_back({"agent", call.caller.fingerprint, call.caller.handle, false});
   }
   return written("You follow " + call.ticket->record.id + ".");
 }
@@ -163,13 +160,8 @@ Reply comment_task(const Call& call) {
   }
   ticket.mentions.erase(call.caller.fingerprint);
   for (const Wake& wake : wakes) ticket.mentions.insert(wake.fingerprint);
-  for (const TeamworkTaskWatcher& watcher : task.watchers) {
-    wakes.push_back(wake(*watcher.fingerprint, "taskWatched", task.id,
-                         "New on " + task.id + ": " + task.log.back()));
-  }
-  if (task.ownerFingerprint) {
-    wakes.push_back(wake(*task.ownerFingerprint, "taskWatched", task.id, "", request.note));
-  }
+  std::ranges::copy(wake_followers(ticket, "New on " + task.id + ": " + task.log.back()),
+                    std::back_inserter(wakes));
   call.thread.record(moves::kCommented, call.caller.fingerprint, task.id, std::move(wakes));
   return written("Commented on " + task.id + ".");
 }

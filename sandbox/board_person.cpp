@@ -1,5 +1,8 @@
 // The app and the person at it, as far as a board needs them: terminals are opened, blockers
-// answered, the goal confirmed, the squad switched. Only qv-sandbox itself asks for these.
+// answered, the goal confirmed, the squad switched, notes unlocked, join codes shown. Only
+// qv-sandbox itself asks for these.
+
+#include <utility>
 
 #include "base/text.h"
 #include "board_methods.h"
@@ -8,7 +11,8 @@ namespace qv::sandbox::methods {
 
 Reply open_pane(const Call& call) {
   const auto pid = text::whole_number(call.request.name.value_or(""));
-  if (!pid || *pid <= 1) return refused("A pane needs the id of its process.");
+  if (!pid || *pid <= 1 || !std::in_range<pid_t>(*pid))
+    return refused("A pane needs the id of its process.");
   const Pane& pane = call.thread.open_pane("", static_cast<pid_t>(*pid));
   Reply reply = written(pane.handle);
   reply.panes = {{pane.handle}};
@@ -60,5 +64,14 @@ Reply person_switches_squad(const Call& call) {
   thread.record(moves::kSquadSwitched, "", std::nullopt, std::move(wakes));
   return written(thread.squad_on ? "Squad is on." : "Squad is off.");
 }
+
+Reply person_unlocks(const Call& call) {
+  RoomNote* note = call.thread.room.note(call.request.name.value_or(""));
+  if (note == nullptr || !note->read_only) return refused("No note of that name is locked.");
+  note->read_only = false;
+  return written("Unlocked \"" + note->name + "\".");
+}
+
+Reply person_reads_code(const Call& call) { return written(call.thread.join_code); }
 
 }  // namespace qv::sandbox::methods

@@ -1,3 +1,5 @@
+// The roster, and what the Thread as a whole is about.
+
 #include "base/text.h"
 #include "board_methods.h"
 
@@ -22,16 +24,10 @@ Reply take_seat(const Call& call) {
   if (!wanted.empty() && namesake != nullptr && namesake != &self) {
     return refused("Somebody here already answers to " + wanted + ". Register under another name.");
   }
-  const bool fresh = !self.seat;
-  if (fresh) self.seat.emplace();
   if (!wanted.empty()) self.name = wanted;
-  Seat& seat = *self.seat;
-  seat.name = self.name;
+  Seat& seat = thread.seat(self);
   if (call.request.role) seat.role = call.request.role;
-  if (fresh || call.request.status) seat.status = call.request.status.value_or("available");
-  seat.last_command = thread.now();
-  seat.lease_until = thread.now() + thread.lease();
-  if (fresh) thread.record(moves::kJoined, self.fingerprint, std::nullopt);
+  if (call.request.status) seat.status = *call.request.status;
 
   Reply reply;
   reply.kind = Reply::Kind::registered;

@@ -126,14 +126,6 @@ void log_progress(const Call& call) {
   ++call.ticket->lines_since_summary;
 }
 
-std::vector<Wake> wake_watchers(const Ticket& ticket, const std::string& summary) {
-  std::vector<Wake> wakes;
-  for (const TeamworkTaskWatcher& watcher : ticket.record.watchers) {
-    wakes.push_back(wake(*watcher.fingerprint, "taskWatched", ticket.record.id, summary));
-  }
-  return wakes;
-}
-
 }  // namespace
 
 Reply add_task(const Call& call) {
@@ -226,7 +218,7 @@ Reply update_task(const Call& call) {
   }
   const Move move = change_blocker(call);
   call.thread.record(move, call.caller.fingerprint, task.id,
-                     wake_watchers(ticket, task.id + " moved: " + task.log.back()));
+                     wake_followers(ticket, task.id + " moved: " + task.log.back()));
   return written("Updated " + task.id + ".");
 }
 
@@ -262,7 +254,7 @@ Reply reject_task(const Call& call) {
   task.ownerFingerprint.reset();
   task.log.push_back(call.caller.handle + " rejected it: " + reason);
   call.thread.record(moves::kRejected, call.caller.fingerprint, task.id,
-                     wake_watchers(*call.ticket, task.id + " was rejected: " + reason));
+                     wake_followers(*call.ticket, task.id + " was rejected: " + reason));
   return written("Rejected " + task.id + ".");
 }
 
@@ -271,9 +263,11 @@ Reply delete_task(const Call& call) {
   if (task.ownerFingerprint && !held_by(*call.ticket, call.caller)) return held_by_another(call);
   const std::string id = task.id;
   call.thread.record(moves::kDeleted, call.caller.fingerprint, id,
-                     wake_watchers(*call.ticket, id + " was deleted."));
+                     wake_followers(*call.ticket, id + " was deleted."));
   std::erase_if(call.thread.tickets, [&](const Ticket& ticket) { return ticket.record.id == id; });
-  std::erase_if(call.thread.debates, [&](const auto& debate) { return debate.taskID == id; });
+  for (TeamworkDiscussion& debate : call.thread.debates) {
+    if (debate.taskID == id) debate.state = "resolved";
+  }
   return written("Deleted " + id + ".");
 }
 
@@ -282,7 +276,7 @@ Reply release_task(const Call& call) {
   if (!held_by(*call.ticket, call.caller)) return refused("You do not hold " + task.id + ".");
   const std::string asker = call.ticket->release_asked_by;
   call.thread.put_back(*call.ticket, call.caller.handle + " released it.");
-  std::vector<Wake> wakes = wake_watchers(*call.ticket, task.id + " is back in the pool.");
+  std::vector<Wake> wakes = wake_followers(*call.ticket, task.id + " is back in the pool.");
   wakes.push_back(
       wake(asker, "dependencyReady", task.id, task.id + " was released, as you asked."));
   call.thread.record(moves::kReleased, call.caller.fingerprint, task.id, std::move(wakes));

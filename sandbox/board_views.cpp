@@ -1,3 +1,6 @@
+// Records are kept as they are for everybody; what depends on the reader or on the moment is
+// filled in when somebody looks.
+
 #include <algorithm>
 
 #include "board_methods.h"

@@ -1,3 +1,6 @@
+// The app and its person are played through the same socket that the panes use, with methods
+// that no command of qv sends.
+
 #include "client.h"
 
 #include <cstdlib>
@@ -20,12 +23,16 @@ std::optional<TeamworkRequest> person_request(const std::vector<std::string>& wo
     request.body = words[2];
     return request;
   }
+  if (first == "unlock" && words.size() == 2) {
+    request.name = words[1];
+    return request;
+  }
   if (first == "squad" && words.size() == 2 && (words[1] == "on" || words[1] == "off")) {
     request.name = words[1];
     return request;
   }
-  if ((first == "confirm" || first == "reopen") && words.size() == 1) return request;
-  return std::nullopt;
+  const bool alone = first == "confirm" || first == "reopen" || first == "code";
+  return alone && words.size() == 1 ? std::optional(request) : std::nullopt;
 }
 
 }  // namespace
@@ -69,7 +76,8 @@ int person(const Instance& instance, const std::vector<std::string>& words) {
   const auto request = person_request(words);
   if (!request) {
     complain(
-        "the person can answer, confirm, reopen and switch the squad. Run `qv-sandbox --help`.");
+        "the person can answer, confirm, reopen, unlock, switch the squad and show the code. "
+        "Run `qv-sandbox --help`.");
     return status_of(ExitCode::usage);
   }
   const auto reply = ask(instance, *request);

@@ -1,7 +1,6 @@
 #include "command.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -63,6 +62,10 @@ class Signals {
     const sigset_t endings = ending_set();
     ::sigprocmask(SIG_UNBLOCK, &endings, nullptr);
   }
+
+  ~Signals() { g_signal_pipe = -1; }
+  Signals(const Signals&) = delete;
+  Signals& operator=(const Signals&) = delete;
 
   [[nodiscard]] int descriptor() const { return reading_.get(); }
 
@@ -130,11 +133,6 @@ int see_through(pid_t child, bool has_terminal, Signals& signals, const Meanwhil
 }
 
 }  // namespace
-
-void sleep_until(int interrupt, int milliseconds) {
-  pollfd watched{interrupt, POLLIN, 0};
-  ::poll(&watched, 1, milliseconds);
-}
 
 void hold_endings() {
   const sigset_t endings = ending_set();

@@ -14,9 +14,6 @@ using Variables = std::vector<std::pair<std::string, std::optional<std::string>>
 // What to do until `interrupt` can be read, at most for the time given (forever when negative).
 using Meanwhile = std::function<void(int interrupt, int milliseconds)>;
 
-// Nothing.
-void sleep_until(int interrupt, int milliseconds);
-
 // Keeps SIGTERM, SIGINT and SIGHUP waiting until run_command sees to them, so that what has
 // been set up is also taken down.
 void hold_endings();

@@ -13,6 +13,7 @@
 
 #include "base/files.h"
 #include "base/text.h"
+#include "broker.h"
 #include "platform/paths.h"
 
 namespace qv::sandbox {
@@ -77,7 +78,7 @@ std::string Instance::token_file(std::string_view bridge) const {
 
 std::string Instance::outside_home() const { return directory + "/home"; }
 
-std::string Instance::broker() const { return directory + "/quorvel-secret"; }
+std::string Instance::broker() const { return directory + "/" + kBrokerName; }
 
 std::optional<Instance> create_instance(const std::string& program) {
   for (const Instance& dead : instances()) {

@@ -3,6 +3,7 @@
 // from other terminals. It is one process and one private directory, and both are gone when
 // its command ends.
 
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -11,14 +12,17 @@
 #include <string_view>
 #include <vector>
 
+#include "base/files.h"
 #include "base/io.h"
 #include "base/output.h"
 #include "base/text.h"
 #include "board.h"
 #include "bridge/token.h"
+#include "broker.h"
 #include "client.h"
 #include "command.h"
 #include "instance.h"
+#include "notes.h"
 #include "pane.h"
 #include "server.h"
 #include "thread.h"
@@ -45,8 +49,10 @@ USAGE
   qv-sandbox person answer <task> <text>
   qv-sandbox person confirm | reopen
   qv-sandbox person squad on | off
+  qv-sandbox person unlock <note>
+  qv-sandbox person code
       do what only the person at the app can do: answer a blocker, confirm that the goal is
-      complete or open it again, switch the squad
+      complete or open it again, switch the squad, unlock a note, see the join code
 
 With several sandboxes running, QV_SANDBOX says which is meant; inside a pane it is set.
 The exit status is the command's. --lease is how long a seat lasts without a sign of life
@@ -65,11 +71,14 @@ Arguments split(const std::vector<std::string>& all) {
   return arguments;
 }
 
-// Terminals close with the app they belong to.
-void close_other_panes(const Thread& thread) {
-  for (const Pane& pane : thread.panes) {
-    if (pane.open && pane.pid > 0 && pane.pid != ::getpid()) ::kill(pane.pid, SIGHUP);
-  }
+// Sleeps, but hangs up like a terminal whose app has quit once the sandbox is gone.
+Meanwhile while_running(const Instance& instance) {
+  return [directory = instance.directory](int interrupt, int milliseconds) {
+    constexpr int kLookMilliseconds = 300;
+    pollfd watched{interrupt, POLLIN, 0};
+    ::poll(&watched, 1, milliseconds < 0 ? kLookMilliseconds : milliseconds);
+    if (!files::exists(directory)) ::raise(SIGHUP);
+  };
 }
 
 int start(const std::vector<std::string>& command, std::chrono::seconds lease,
@@ -82,16 +91,18 @@ int start(const std::vector<std::string>& command, std::chrono::seconds lease,
   }
   Thread thread(lease);
   Board board(thread, bridge_token(instance->token_file("teamwork"), ""));
+  Notes notes(thread, bridge_token(instance->token_file("mcp"), ""));
   Server server;
   int status = kNotRunning;
-  if (server.listen(instance->socket("teamwork"), board)) {
+  if (server.listen(instance->socket("teamwork"), board) &&
+      server.listen(instance->socket("mcp"), notes)) {
     const Pane& pane = thread.open_pane("", ::getpid());
-    complain("a practice app, not Quorvel. This is pane " + pane.handle +
-             "; `qv-sandbox pane` opens another one. It all ends with this command.");
+    complain("a practice app, not Quorvel: one Thread, kept in memory while this command runs.");
+    complain("this is pane " + pane.handle + ". `qv-sandbox pane` opens another one; join code " +
+             thread.join_code + ".");
     status = run_command(
         command, pane_variables(*instance, pane.session, program),
         [&](int interrupt, int milliseconds) { server.serve(interrupt, milliseconds); });
-    close_other_panes(thread);
   } else {
     complain("no socket could be opened in " + instance->directory + ".");
   }
@@ -110,7 +121,8 @@ int join(const std::vector<std::string>& command, const Instance& instance,
     return kNotRunning;
   }
   complain("pane " + *reply->message + " of the practice app.");
-  return run_command(command, pane_variables(instance, *reply->notice, program), sleep_until);
+  return run_command(command, pane_variables(instance, *reply->notice, program),
+                     while_running(instance));
 }
 
 int run(const std::vector<std::string>& all, const std::string& program) {
@@ -137,7 +149,8 @@ int run(const std::vector<std::string>& all, const std::string& program) {
   if (!instance) return kNotRunning;
   if (first == "person") return person(*instance, {words.begin() + 1, words.end()});
   if (first == "pane") return join(arguments.command, *instance, program);
-  return run_command(arguments.command, outside_variables(*instance, program), sleep_until);
+  return run_command(arguments.command, outside_variables(*instance, program),
+                     while_running(*instance));
 }
 
 }  // namespace
@@ -147,6 +160,9 @@ int run(const std::vector<std::string>& all, const std::string& program) {
 int main(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+  if (argc > 0 && qv::files::name_of(argv[0]) == qv::sandbox::kBrokerName) {
+    return qv::sandbox::run_broker(arguments);
+  }
   const std::string program = qv::sandbox::program_path(argc > 0 ? argv[0] : "");
   return qv::sandbox::run(arguments, program);
 }

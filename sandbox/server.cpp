@@ -103,7 +103,7 @@ void Server::accept_from(const Listener& listener) {
     Descriptor socket(::accept(listener.socket.get(), nullptr, nullptr));
     if (!socket.valid()) return;
     make_polite(socket);
-    connections_.push_back({std::move(socket), listener.bridge, Clock::now(), {}, {}, {}});
+    connections_.push_back({std::move(socket), listener.bridge, Clock::now()});
   }
 }
 
@@ -115,11 +115,11 @@ void Server::receive(Connection& connection) {
                                static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
   const std::size_t end = fresh.find('\n');
   connection.bytes += fresh.substr(0, end);
+  if (!fresh.empty()) connection.since = Clock::now();
   const bool whole = end != std::string_view::npos || (count == 0 && !connection.bytes.empty());
   if (!whole && (count <= 0 || connection.bytes.size() > kLargestRequest)) {
     connection.stage = Connection::Stage::over;
   } else if (whole) {
-    connection.since = Clock::now();
     answer(connection);
   }
 }
@@ -144,12 +144,13 @@ void Server::answer_held() {
 }
 
 void Server::send(Connection& connection) {
-  while (!connection.bytes.empty()) {
-    const ssize_t count = ::send(connection.socket.get(), connection.bytes.data(),
-                                 connection.bytes.size(), platform::send_flags());
+  while (connection.sent < connection.bytes.size()) {
+    const ssize_t count = ::send(connection.socket.get(), connection.bytes.data() + connection.sent,
+                                 connection.bytes.size() - connection.sent, platform::send_flags());
     if (count < 0 && would_block()) return;
     if (count <= 0) break;
-    connection.bytes.erase(0, static_cast<std::size_t>(count));
+    connection.sent += static_cast<std::size_t>(count);
+    connection.since = Clock::now();
   }
   connection.stage = Connection::Stage::over;
 }

@@ -45,10 +45,11 @@ class Server {
   struct Connection {
     Descriptor socket;
     Bridge* bridge;
-    TimePoint since;    // when it was opened, then when its request was whole
-    std::string bytes;  // what came in, then what is left to go out
+    TimePoint since;      // when it was opened, then of its last progress
+    std::string bytes{};  // what came in, then what goes out
+    std::size_t sent = 0;
     enum class Stage { reading, held, writing, over } stage = Stage::reading;
-    TimePoint until;  // of a held request
+    TimePoint until{};  // of a held request
   };
 
   void accept_from(const Listener& listener);

@@ -6,9 +6,11 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <iterator>
 #include <utility>
 
 #include "base/text.h"
+#include "instance.h"
 
 namespace qv::sandbox {
 
@@ -24,9 +26,9 @@ std::string nth_handle(std::size_t n) {
           static_cast<char>('0' + (3 + n * 3) % 10)};
 }
 
-std::string fingerprint_for(std::string_view session) {
+std::string fingerprint_for(std::string_view handle) {
   std::uint32_t hash = 2166136261U;
-  for (const char c : session) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619U;
+  for (const char c : handle) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619U;
   std::array<char, 9> digits{};
   std::snprintf(digits.data(), digits.size(), "%08x", hash);
   return digits.data();
@@ -37,6 +39,19 @@ bool is_gone(const Pane& pane) {
 }
 
 }  // namespace
+
+std::string new_join_code() { return random_hex(4) + "-" + random_hex(4); }
+
+std::vector<Wake> wake_followers(const Ticket& ticket, const std::string& summary,
+                                 const std::optional<std::string>& cause) {
+  std::vector<Wake> wakes;
+  const auto tell = [&](const std::optional<std::string>& who) {
+    wakes.push_back(wake(who.value_or(""), "taskWatched", ticket.record.id, summary, cause));
+  };
+  for (const TeamworkTaskWatcher& watcher : ticket.record.watchers) tell(watcher.fingerprint);
+  tell(ticket.record.ownerFingerprint);
+  return wakes;
+}
 
 void Thread::advance(Clock::time_point now) {
   now_ = now;
@@ -83,7 +98,7 @@ Pane& Thread::open_pane(std::string session, pid_t pid) {
   Pane& pane = panes.emplace_back();
   pane.session = session.empty() ? "pane-" + std::to_string(n + 1) : std::move(session);
   pane.handle = nth_handle(n);
-  pane.fingerprint = fingerprint_for(pane.session);
+  pane.fingerprint = fingerprint_for(pane.handle);
   pane.name = pane.handle;
   pane.pid = pid;
   return pane;
@@ -92,6 +107,18 @@ Pane& Thread::open_pane(std::string session, pid_t pid) {
 void Thread::close_pane(Pane& pane) {
   vacate(pane, "terminal closed");
   pane.open = false;
+}
+
+Seat& Thread::seat(Pane& pane) {
+  if (!pane.seat) {
+    pane.seat.emplace().status = "available";
+    record(moves::kJoined, pane.fingerprint, std::nullopt);
+  }
+  pane.seat->name = pane.name;
+  pane.seat->last_command = now_;
+  pane.seat->lease_until = now_ + lease_;
+  pane.seat->warned = false;
+  return *pane.seat;
 }
 
 Pane* Thread::pane_of(std::string_view session) {
@@ -188,14 +215,9 @@ void Thread::finish(Ticket& ticket, const Pane& by, const std::string& summary) 
   ticket.summary = summary;
   ticket.lines_since_summary = 0;
 
-  std::vector<Wake> wakes;
-  if (!ticket.reports_to.empty()) {
-    wakes.push_back(wake(ticket.reports_to, "helperFinished", task.id, "", summary));
-  }
-  for (const TeamworkTaskWatcher& watcher : task.watchers) {
-    wakes.push_back(
-        wake(*watcher.fingerprint, "taskWatched", task.id, task.id + " is done.", summary));
-  }
+  std::vector<Wake> wakes{wake(ticket.reports_to, "helperFinished", task.id, "", summary)};
+  std::ranges::copy(wake_followers(ticket, task.id + " is done.", summary),
+                    std::back_inserter(wakes));
   for (const Ticket& other : tickets) {
     if (std::ranges::find(other.record.waitsOn, task.id) == other.record.waitsOn.end()) continue;
     if (!std::ranges::all_of(other.record.waitsOn,

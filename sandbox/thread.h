@@ -23,6 +23,7 @@
 #include "board/changes.h"
 #include "board/squad.h"
 #include "board/task.h"
+#include "room.h"
 
 namespace qv::sandbox {
 
@@ -85,8 +86,9 @@ struct Pane {
   std::string session;
   std::string handle;
   std::string fingerprint;
-  std::string name;  // the name it chose; the handle until then
-  pid_t pid = 0;     // its process; 0 for one that has none to be watched
+  std::string name;    // the name it chose; the handle until then
+  std::string secret;  // what readmits an agent from outside; empty for all others
+  pid_t pid = 0;       // its process; 0 for one that has none to be watched
   bool open = true;
   std::optional<Seat> seat;
   std::vector<Note> inbox;
@@ -122,6 +124,12 @@ struct HelperRun {
   bool idle = false;
 };
 
+[[nodiscard]] std::string new_join_code();
+
+// Wakes those who follow the ticket and whoever holds it.
+[[nodiscard]] std::vector<Wake> wake_followers(const Ticket& ticket, const std::string& summary,
+                                               const std::optional<std::string>& cause = {});
+
 class Thread {
  public:
   static constexpr std::string_view kTag = "T-sandbx";
@@ -138,6 +146,8 @@ class Thread {
   std::deque<Ticket> tickets;
   std::deque<TeamworkDiscussion> debates;
   std::vector<HelperRun> helpers;
+  Room room;
+  std::string join_code = new_join_code();  // admits the next agent from outside
 
   // Brings the Thread up to this moment: leases lapse, terminals that are gone lose their
   // seats, pretend helpers finish. Everything else happens at this moment.
@@ -148,6 +158,9 @@ class Thread {
   // A new pane; an empty session is given one.
   Pane& open_pane(std::string session, pid_t pid);
   void close_pane(Pane& pane);
+
+  // Gives the pane a seat, or renews the one it has.
+  Seat& seat(Pane& pane);
 
   // The open pane of a session; null when there is none.
   [[nodiscard]] Pane* pane_of(std::string_view session);
