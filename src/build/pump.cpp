@@ -84,13 +84,13 @@ void Pump::move_chunk(Descriptor& from, int stream) {
     from.reset();
     return;
   }
-  last_sound_ = Clock::now();
   const std::string_view bytes(chunk_.data(), static_cast<std::size_t>(count));
   if (!io::write_all(stream, bytes)) from.reset();
   if (logging_ && !log_.append_output(stream, bytes)) {
     logging_ = false;
     log_lost_();
   }
+  if (tool_ended_) last_sound_ = Clock::now();
 }
 
 }  // namespace
