@@ -103,7 +103,7 @@ BuildLedger::BuildLedger(std::string dir, Descriptor directory, Descriptor logs,
     : dir_(std::move(dir)),
       directory_(std::move(directory)),
       logs_(std::move(logs)),
-      lockFD_(std::move(lock_fd)) {}
+      lock_fd_(std::move(lock_fd)) {}
 
 BuildLedger::Lock::Lock(Lock&& other) noexcept
     : fd_(std::exchange(other.fd_, -1)), held_(std::move(other.held_)) {}
@@ -116,8 +116,8 @@ std::optional<BuildLedger::Lock> BuildLedger::lock() {
   for (int attempt = 0; attempt < kLockAttempts; ++attempt) {
     if (attempt > 0) std::this_thread::sleep_for(kLockPause);
     auto held = std::make_unique<SignalsHeld>();
-    if (::flock(lockFD_.get(), LOCK_EX | LOCK_NB) == 0) {
-      return Lock(lockFD_.get(), std::move(held));
+    if (::flock(lock_fd_.get(), LOCK_EX | LOCK_NB) == 0) {
+      return Lock(lock_fd_.get(), std::move(held));
     }
     if (errno != EWOULDBLOCK && errno != EINTR) return std::nullopt;
   }

@@ -88,7 +88,7 @@ class BuildLedger {
   std::string dir_;
   Descriptor directory_;
   Descriptor logs_;
-  Descriptor lockFD_;
+  Descriptor lock_fd_;
   std::map<std::string, Known> known_;
   LiveProcesses processes_;
   std::string written_;  // the own lease as it was last written, and the file that made
