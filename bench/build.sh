@@ -93,3 +93,23 @@ row "pump / tool | tee file, MB/s" "$(speed "$tee")" "$(speed "$pump")" "$(calc 
 row "the same with a follower, MB/s each" "$(speed "$tee")" "$(speed "$both")" "$(calc "$tee/$both")" "0.40"
 echo
 if [ -x "$dir/bench_build_pass" ]; then "$dir/bench_build_pass" "$qv"; fi
+
+# 200 builds that arrive together behind a running one: after ten seconds every one of
+# them has to be in the queue still, none having given up on the lock.
+cd "$scratch/plain"
+rm -rf "$HOME/Library"
+printf '#!/bin/sh\nexec sleep 60\n' >"$scratch/swift"
+chmod +x "$scratch/swift"
+pids=
+n=0
+while [ $n -le 200 ]; do
+  "$qv" __build "$scratch/swift" build >/dev/null 2>&1 &
+  pids="$pids $!"
+  n=$((n + 1))
+done
+sleep 10
+queued=$(grep -l '"running":false' "$HOME/Library/Application Support/Quorvel/builds"/*.json | wc -l)
+echo
+echo "of 200 builds that arrived together, $queued are queued after ten seconds"
+kill $pids
+wait 2>/dev/null || true

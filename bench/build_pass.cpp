@@ -54,9 +54,10 @@ double median_milliseconds_of_a_pass(Coordinator& coordinator, const Readings& r
   queue.own = lease_of(::getpid(), false);
   std::vector<double> times;
   for (int pass = 0; pass < kPasses; ++pass) {
+    const BuildMemory memory = readings.memory();
     const auto lock = coordinator.ledger->lock();
     const auto start = Clock::now();
-    (void)coordinator.decide(queue, readings);
+    (void)coordinator.decide(queue, memory);
     times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
   }
   coordinator.ledger->remove(::getpid());
@@ -111,7 +112,7 @@ int main(int argc, char** argv) {
       BuildLedger::open(directory)->write(lease_of(pid, pid == sleepers.front()));
     }
     ::usleep(100'000);
-    const MachineReadings readings(coordinator.env, "", directory);
+    const Readings readings(coordinator.env, "", directory);
     const double pass = median_milliseconds_of_a_pass(coordinator, readings);
     std::printf("%8d %12.3f %22.2f\n", count, pass, cost_of_waiting(argv[1], home));
     std::fflush(stdout);

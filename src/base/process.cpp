@@ -27,6 +27,7 @@ constexpr std::size_t kLargestOutput = std::size_t{64} << 20;
 // and one that has closed it and so is about to go.
 constexpr int kGlanceMilliseconds = 20;
 constexpr timespec kShortGlance{0, 100'000};
+constexpr int kGlancesAfterKill = 1000;
 
 // One command on its way.
 class Running {
@@ -65,8 +66,8 @@ Running::Running(Command& command, std::vector<std::string>& environment) : comm
   const Descriptor nowhere(::open("/dev/null", O_RDWR | O_CLOEXEC));
   if (!in || !out || !nowhere.valid()) return;
   sigset_t reset;
-  ::sigemptyset(&reset);
-  ::sigaddset(&reset, SIGPIPE);
+  sigemptyset(&reset);
+  sigaddset(&reset, SIGPIPE);
   auto arguments = pointers_to(command.arguments);
   auto variables = pointers_to(environment);
   Launch launch;
@@ -91,7 +92,10 @@ Running::Running(Command& command, std::vector<std::string>& environment) : comm
 Running::~Running() {
   if (pid_ == 0) return;
   ::kill(-pid_, SIGKILL);
-  while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
+  // One that hangs in the kernel is left to itself.
+  for (int glance = 0; glance < kGlancesAfterKill && ::waitpid(pid_, nullptr, WNOHANG) == 0;
+       ++glance) {
+    ::nanosleep(&kShortGlance, nullptr);
   }
 }
 

@@ -62,10 +62,11 @@ class Build {
   Coordinator& coordinator_;
   BuildLedger& ledger_;
   CallerSignals caller_;
-  MachineReadings readings_;
+  Readings readings_;
   Coordinator::Queue queue_;
   bool wait_told_ = false;
   bool hold_told_ = false;
+  bool prepared_ = false;  // the arguments and the environment are the tool's own now
 };
 
 int Build::run() {
@@ -79,6 +80,7 @@ int Build::run() {
   if (::isatty(STDOUT_FILENO) == 0 && ::isatty(STDERR_FILENO) == 0) queue_.key = compute_key();
   for (;;) {
     own.focused = readings_.focused();
+    const BuildMemory memory = readings_.memory();  // nobody has to wait for that
     Step step;
     {
       const auto lock = ledger_.lock();
@@ -86,7 +88,7 @@ int Build::run() {
         ledger_.remove(own.pid);
         become_tool();
       }
-      step = coordinator_.decide(queue_, readings_);
+      step = coordinator_.decide(queue_, memory);
     }
     const auto status = std::visit([&](auto& outcome) { return act(outcome); }, step.outcome);
     if (status) return *status;
@@ -144,6 +146,7 @@ void Build::prepare_tool(const std::optional<std::int64_t>& jobs) {
            : std::nullopt;
   if (knob) knob->apply(coordinator_.args, coordinator_.env);
   coordinator_.env["QUORVEL_BUILD_SLOT"] = "1";
+  prepared_ = true;
 }
 
 int Build::run_with_log(Descriptor log) {
@@ -179,9 +182,11 @@ void Build::become_tool() {
   std::vector<std::string> words{coordinator_.real};
   words.insert(words.end(), coordinator_.args.begin(), coordinator_.args.end());
   std::vector<std::string> variables = as_strings(coordinator_.env);
+  const auto word_pointers = process::pointers_to(words);
+  const auto variable_pointers = process::pointers_to(variables);
   caller_.restore();
-  const int error = replace_process(coordinator_.real.c_str(), process::pointers_to(words).data(),
-                                    process::pointers_to(variables).data());
+  const int error = replace_process(coordinator_.real.c_str(), word_pointers.data(),
+                                    prepared_ ? variable_pointers.data() : nullptr);
   ledger_.remove(queue_.own.pid);
   give_up(coordinator_.real.c_str(), error);
 }

@@ -55,7 +55,7 @@ struct Coordinator {
 
   // One decision. The ledger's lock is held by the caller; the own lease is updated and
   // written, or removed in order to follow.
-  [[nodiscard]] Step decide(Queue& queue, const Readings& readings) const;
+  [[nodiscard]] Step decide(Queue& queue, const BuildMemory& memory) const;
 
   // The tool's exit status, 128 and the signal's number when a signal ended it. Does not
   // return when the process is replaced by the tool, which is how every failure of the

@@ -32,7 +32,7 @@ void queue_up(BuildLease& own, const char* reason) {
 
 }  // namespace
 
-Step Coordinator::decide(Queue& queue, const Readings& readings) const {
+Step Coordinator::decide(Queue& queue, const BuildMemory& memory) const {
   BuildLease& own = queue.own;
   std::vector<BuildLease> others = ledger->read_live();
   std::erase_if(others, [&](const BuildLease& lease) { return lease.pid == own.pid; });
@@ -43,7 +43,6 @@ Step Coordinator::decide(Queue& queue, const Readings& readings) const {
     }
   }
 
-  const BuildMemory memory = readings.memory();
   const BuildPlan plan = BuildPlan::of(own, others, is_release(tool, args));
   const BuildDecision decision =
       BuildSchedule::decide(plan, memory, queue.hold_timer, std::chrono::steady_clock::now());

@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "base/io.h"
-#include "build/ledger.h"
+#include "build/live_processes.h"
 #include "build/log.h"
 
 namespace qv::build {

@@ -18,7 +18,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cmath>
 #include <thread>
 
 #include "base/files.h"
@@ -32,7 +31,6 @@ namespace {
 
 constexpr int kLockAttempts = 100;
 constexpr std::chrono::milliseconds kLockPause{50};
-constexpr double kSameProcessSeconds = 1;  // start times this far apart are two processes
 constexpr off_t kLargestLease = off_t{64} << 10;
 
 // A file changed this recently may change once more within the clock's grain, so what was
@@ -105,7 +103,7 @@ BuildLedger::BuildLedger(std::string dir, Descriptor directory, Descriptor logs,
     : dir_(std::move(dir)),
       directory_(std::move(directory)),
       logs_(std::move(logs)),
-      lockFD_(std::move(lock_fd)) {}
+      lock_fd_(std::move(lock_fd)) {}
 
 BuildLedger::Lock::Lock(Lock&& other) noexcept
     : fd_(std::exchange(other.fd_, -1)), held_(std::move(other.held_)) {}
@@ -118,8 +116,8 @@ std::optional<BuildLedger::Lock> BuildLedger::lock() {
   for (int attempt = 0; attempt < kLockAttempts; ++attempt) {
     if (attempt > 0) std::this_thread::sleep_for(kLockPause);
     auto held = std::make_unique<SignalsHeld>();
-    if (::flock(lockFD_.get(), LOCK_EX | LOCK_NB) == 0) {
-      return Lock(lockFD_.get(), std::move(held));
+    if (::flock(lock_fd_.get(), LOCK_EX | LOCK_NB) == 0) {
+      return Lock(lock_fd_.get(), std::move(held));
     }
     if (errno != EWOULDBLOCK && errno != EINTR) return std::nullopt;
   }
@@ -154,13 +152,14 @@ std::vector<BuildLease> BuildLedger::read_live() {
     auto lease = read_lease(name);
     if (!lease) {
       ::unlinkat(directory_.get(), name.c_str(), 0);
-    } else if (is_alive(*lease)) {
+    } else if (processes_.contains(*lease)) {
       live.push_back(std::move(*lease));
     } else {
       remove_stale(name, *lease);
     }
   }
   std::erase_if(known_, [](const auto& entry) { return !entry.second.seen; });
+  processes_.forget_the_rest();
   remove_orphaned_logs(live);
   return live;
 }
@@ -230,10 +229,5 @@ Descriptor BuildLedger::open_log(const BuildLease& lease) const {
 }
 
 void BuildLedger::remove_log(pid_t pid) const { ::unlink(log_path(pid).c_str()); }
-
-bool is_alive(const BuildLease& lease) {
-  const auto start = platform::start_time(lease.pid);
-  return start && std::abs(*start - lease.startTime) < kSameProcessSeconds;
-}
 
 }  // namespace qv::build

@@ -10,13 +10,10 @@
 
 #include "base/descriptor.h"
 #include "build/lease.h"
+#include "build/live_processes.h"
 #include "build/signals.h"
 
 namespace qv::build {
-
-// True while the very process that wrote the lease exists; a later process with the same
-// id does not count.
-[[nodiscard]] bool is_alive(const BuildLease& lease);
 
 // The directory where all builds of one user meet. Everything but opening it and taking
 // its lock is done with the lock held.
@@ -91,8 +88,9 @@ class BuildLedger {
   std::string dir_;
   Descriptor directory_;
   Descriptor logs_;
-  Descriptor lockFD_;
+  Descriptor lock_fd_;
   std::map<std::string, Known> known_;
+  LiveProcesses processes_;
   std::string written_;  // the own lease as it was last written, and the file that made
   std::optional<FileState> written_state_;
 };

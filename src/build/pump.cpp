@@ -54,9 +54,8 @@ void Pump::run() {
                       {tool_.error.get(), POLLIN, 0},
                       {tool_ended_ ? -1 : tool_.ended_signal.get(), POLLIN, 0}};
     const int count = ::poll(ready, std::size(ready), patience());
-    if (count < 0 && errno != EINTR) return;
-    if (count == 0) return;
     if (count < 0) continue;
+    if (count == 0) return;  // silence after the end
     if (ready[2].revents != 0) notice_end();
     if (ready[0].revents != 0) move_chunk(tool_.output, STDOUT_FILENO);
     if (ready[1].revents != 0) move_chunk(tool_.error, STDERR_FILENO);
@@ -85,13 +84,13 @@ void Pump::move_chunk(Descriptor& from, int stream) {
     from.reset();
     return;
   }
-  last_sound_ = Clock::now();
   const std::string_view bytes(chunk_.data(), static_cast<std::size_t>(count));
   if (!io::write_all(stream, bytes)) from.reset();
   if (logging_ && !log_.append_output(stream, bytes)) {
     logging_ = false;
     log_lost_();
   }
+  if (tool_ended_) last_sound_ = Clock::now();
 }
 
 }  // namespace

@@ -6,8 +6,8 @@
 
 namespace qv::build {
 
-MachineReadings::MachineReadings(const Environment& environment, const std::string& program,
-                                 const std::string& ledger_directory)
+Readings::Readings(const Environment& environment, const std::string& program,
+                   const std::string& ledger_directory)
     : switched_off_(is_on(environment, "QUORVEL_BUILD_MEMORY_OFF")),
       focus_path_(ledger_directory + "/focus") {
   if (program.find('/') != std::string::npos) {
@@ -16,7 +16,7 @@ MachineReadings::MachineReadings(const Environment& environment, const std::stri
   if (const std::string* session = find(environment, "QUORVEL_SESSION_ID")) session_ = *session;
 }
 
-BuildMemory MachineReadings::memory() const {
+BuildMemory Readings::memory() const {
   BuildMemory memory;
   memory.pressure = platform::pressure_level();
   memory.cores = platform::active_cores();
@@ -25,7 +25,7 @@ BuildMemory MachineReadings::memory() const {
   return memory;
 }
 
-bool MachineReadings::focused() const {
+bool Readings::focused() const {
   if (session_.empty()) return false;
   const auto focus = files::read(focus_path_);
   return focus && text::trimmed(*focus) == session_;

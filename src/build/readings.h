@@ -16,23 +16,16 @@ struct BuildMemory {
   bool governed = true;                    // false: memory is nobody's business here
 };
 
-// Where readings come from; a test makes up its own.
+// What one build asks the machine before each decision. `program` is this program as
+// argument 0 names it: a marker file beside it switches the governing of memory off, and
+// so does a variable.
 class Readings {
  public:
-  virtual ~Readings() = default;
-  [[nodiscard]] virtual BuildMemory memory() const = 0;
+  Readings(const Environment& environment, const std::string& program,
+           const std::string& ledger_directory);
+  [[nodiscard]] BuildMemory memory() const;
   // True when this build belongs to the pane the user looks at.
-  [[nodiscard]] virtual bool focused() const = 0;
-};
-
-// The real ones. `program` is this program as argument 0 names it: a marker file beside
-// it switches the governing of memory off, and so does a variable.
-class MachineReadings : public Readings {
- public:
-  MachineReadings(const Environment& environment, const std::string& program,
-                  const std::string& ledger_directory);
-  [[nodiscard]] BuildMemory memory() const override;
-  [[nodiscard]] bool focused() const override;
+  [[nodiscard]] bool focused() const;
 
  private:
   bool switched_off_;

@@ -17,7 +17,7 @@ namespace qv::build {
 
 namespace {
 
-static_assert(std::atomic<int>::is_always_lock_free && std::atomic<pid_t>::is_always_lock_free);
+static_assert(std::atomic<pid_t>::is_always_lock_free);  // and so usable in a handler
 
 char file_to_remove[PATH_MAX];
 std::atomic<pid_t> forward_to{0};
@@ -26,7 +26,7 @@ std::atomic<int> wake_descriptor{-1};
 struct sigaction action(void (*handler)(int)) {
   struct sigaction made {};
   made.sa_handler = handler;
-  ::sigemptyset(&made.sa_mask);
+  sigemptyset(&made.sa_mask);
   return made;
 }
 
@@ -57,14 +57,14 @@ void wake(int) {
 
 CallerSignals::CallerSignals() {
   ::sigprocmask(SIG_SETMASK, nullptr, &mask_);
-  ::sigemptyset(&reset_);
+  sigemptyset(&reset_);
   const struct sigaction ignore = action(SIG_IGN);
   const struct sigaction usual = action(SIG_DFL);
   ::sigaction(SIGPIPE, &ignore, &broken_pipe_);
   ::sigaction(SIGXFSZ, &ignore, &file_size_);
   ::sigaction(SIGCHLD, &usual, &child_);
-  if (!is_ignored(broken_pipe_)) ::sigaddset(&reset_, SIGPIPE);
-  if (!is_ignored(file_size_)) ::sigaddset(&reset_, SIGXFSZ);
+  if (!is_ignored(broken_pipe_)) sigaddset(&reset_, SIGPIPE);
+  if (!is_ignored(file_size_)) sigaddset(&reset_, SIGXFSZ);
 }
 
 void CallerSignals::restore() const {
@@ -76,9 +76,9 @@ void CallerSignals::restore() const {
 
 SignalsHeld::SignalsHeld() {
   sigset_t held;
-  ::sigemptyset(&held);
-  for (const int signal : kStopSignals) ::sigaddset(&held, signal);
-  ::sigaddset(&held, SIGTSTP);
+  sigemptyset(&held);
+  for (const int signal : kStopSignals) sigaddset(&held, signal);
+  sigaddset(&held, SIGTSTP);
   ::sigprocmask(SIG_BLOCK, &held, &before_);
 }
 
@@ -104,8 +104,8 @@ void forward_stop_signals(pid_t pid, int wake_fd) {
   waking.sa_flags = SA_NOCLDSTOP;
   ::sigaction(SIGCHLD, &waking, nullptr);
   sigset_t child;
-  ::sigemptyset(&child);
-  ::sigaddset(&child, SIGCHLD);
+  sigemptyset(&child);
+  sigaddset(&child, SIGCHLD);
   ::sigprocmask(SIG_UNBLOCK, &child, nullptr);
 }
 

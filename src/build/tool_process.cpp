@@ -12,6 +12,12 @@
 
 namespace qv::build {
 
+namespace {
+
+constexpr int kUnknownStatus = 1 << 8;  // an exit with 1, as wait reports it
+
+}  // namespace
+
 std::optional<ToolProcess> ToolProcess::start(const std::string& real, const Arguments& arguments,
                                               const Environment& environment,
                                               const CallerSignals& caller) {
@@ -53,6 +59,7 @@ bool ToolProcess::has_ended() {
   const SignalsHeld from_a_stranger;  // who might get the process id next
   const pid_t reaped = ::waitpid(pid_, &status_, WNOHANG);
   if (reaped == 0 || (reaped < 0 && errno == EINTR)) return false;
+  if (reaped < 0) status_ = kUnknownStatus;
   stop_forwarding();
   pid_ = 0;
   return true;

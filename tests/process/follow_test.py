@@ -74,6 +74,16 @@ class Follow(builds.World):
         self.assertEqual(follower.err, ("quorvel: " + FOLLOWS + "quorvel: " + STOPPED).encode())
         self.assert_ledger_is_clean()
 
+    def test_a_follower_can_be_stopped(self):
+        script = gate("go") + "true"
+        leader = self.start_running(script)
+        for number in (signal.SIGINT, signal.SIGTERM):
+            follower = self.start_following(script)
+            follower.process.send_signal(number)
+            self.assertEqual(follower.status(), -number)
+        self.touch("go")
+        self.assertEqual(leader.status(), 0)
+
     def test_a_leader_killed_before_it_leads(self):
         self.start_running(gate("go"), folder=self.plain)
         first = self.start_queued("echo mine")
