@@ -48,8 +48,9 @@ int main(int argc, char** argv) {
     return 3;
   }
   const std::string line = *reply + "\n";
-  const std::string http = "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: " +
-                           std::to_string(reply->size()) + "\r\n\r\n" + *reply;
+  const std::string http =
+      "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: " + std::to_string(reply->size()) +
+      "\r\n\r\n" + *reply;
   for (;;) {
     const qv::Descriptor connection(::accept(listener.get(), nullptr, nullptr));
     const std::string request = request_on(connection);

@@ -67,8 +67,7 @@ TeamworkRequest app_request(std::string method) {
 
 std::optional<TeamworkResponse> ask(const Instance& instance, TeamworkRequest request) {
   request.token = bridge_token(instance.token_file("teamwork"), "");
-  const auto reply =
-      BridgeTransport::exchange(record::to_text(request), instance.socket("teamwork"));
+  const auto reply = BridgeTransport::exchange(request, instance.socket("teamwork"));
   return reply ? record::from_text<TeamworkResponse>(reply->view()) : std::nullopt;
 }
 

@@ -116,9 +116,8 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
   }
   const std::string dropped = TeamworkRequestBuilder::unused_flags(flags);
   if (!dropped.empty()) runtime.err(dropped);
-  const std::string request =
-      record::to_text(std::get<TeamworkRequest>(outcome), json::Slashes::escaped);
-  const auto bytes = BridgeTransport::exchange(request, env.collabSocket);
+  const auto bytes =
+      BridgeTransport::exchange(std::get<TeamworkRequest>(outcome), env.collabSocket);
   if (!bytes) {
     runtime.err(complaints::not_answering("board"));
     return ExitCode::unavailable;

@@ -5,9 +5,7 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <span>
 
 #include "base/io.h"
 #include "base/text.h"
@@ -15,6 +13,7 @@
 #include "cli/arg_parser.h"
 #include "cli/exit_code.h"
 #include "cli/help.h"
+#include "cli/help_flag.h"
 #include "cli/verb_table.h"
 #include "notes/driver.h"
 #include "seat/join.h"
@@ -29,8 +28,6 @@ namespace {
 using Arguments = std::vector<std::string>;
 
 constexpr std::string_view kVersion = "qv (Quorvel CLI) 1.0.0";
-
-bool is_help_flag(std::string_view argument) { return argument == "--help" || argument == "-h"; }
 
 Arguments rest_of(const Arguments& arguments) { return {arguments.begin() + 1, arguments.end()}; }
 
@@ -71,7 +68,7 @@ ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& argumen
 ExitCode run_group(const Group& group, const Arguments& arguments, CLIRuntime& runtime) {
   if (arguments.empty() || arguments.front().starts_with('-')) {
     runtime.out(Help::group(group));
-    const bool asked = arguments.empty() || std::ranges::any_of(arguments, is_help_flag);
+    const bool asked = arguments.empty() || asks_for_help(arguments);
     return asked ? ExitCode::ok : ExitCode::usage;
   }
   const Verb* verb = group.verb(arguments.front());

@@ -28,17 +28,16 @@ struct Answer {
 // Absent when there was none.
 std::optional<Answer> ask(const MCPBridgeRequest& request, const std::string& socket,
                           const View& view, bool wantsJSON) {
-  const std::string text = record::to_text(request, json::Slashes::escaped);
   Answer answer;
   if (wantsJSON || !(view.offset || view.limit)) {
-    auto reply = BridgeTransport::exchange(text, socket);
+    auto reply = BridgeTransport::exchange(request, socket);
     if (!reply) return std::nullopt;
     answer.whole = std::move(*reply);
     return answer;
   }
   NoteStream stream(view.offset, view.limit);
   const auto take = [&stream](std::string_view piece) { stream.take(piece); };
-  if (!BridgeTransport::stream(text, socket, take)) return std::nullopt;
+  if (!BridgeTransport::stream(request, socket, take)) return std::nullopt;
   answer.frame = stream.frame();
   answer.page = stream.page();
   return answer;

@@ -79,7 +79,7 @@ std::optional<BridgeTransport::Reply> ask(const Claim& claim, const std::string&
   request.name = claim.code;
   request.section = claim.name;
   request.body = claim.secret;
-  return BridgeTransport::exchange(record::to_text(request, json::Slashes::escaped), socket);
+  return BridgeTransport::exchange(request, socket);
 }
 
 std::optional<Reply> read_reply(std::string_view bytes) {

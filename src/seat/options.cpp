@@ -1,12 +1,10 @@
 #include "seat/options.h"
 
-#include <algorithm>
+#include "cli/help_flag.h"
 
 namespace qv::seat {
 
 namespace {
-
-bool is_help(std::string_view argument) { return argument == "--help" || argument == "-h"; }
 
 // As everywhere on the command line, "-" alone and "-5x" are words.
 bool is_option(std::string_view argument) {
@@ -18,7 +16,7 @@ bool is_option(std::string_view argument) {
 Options parse_options(const std::vector<std::string>& arguments,
                       std::span<const std::string_view> named) {
   Options options;
-  options.wantsHelp = std::ranges::any_of(arguments, is_help);
+  options.wantsHelp = asks_for_help(arguments);
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     if (!is_option(argument)) {

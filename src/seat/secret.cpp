@@ -4,7 +4,6 @@
 
 #include "seat/secret.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
@@ -14,6 +13,7 @@
 #include "base/text.h"
 #include "bridge/complaints.h"
 #include "cli/exit_code.h"
+#include "cli/help_flag.h"
 
 namespace qv::seat {
 
@@ -33,17 +33,10 @@ constexpr std::string_view kHelp =
     "path anything can open. Use --env NAME only for a tool that cannot read\n"
     "a path, and know that it is readable by any same-uid process.";
 
-bool asks_for_help(const std::vector<std::string>& arguments) {
-  const auto is_help = [](std::string_view argument) {
-    return argument == "--help" || argument == "-h";
-  };
-  return arguments.empty() || std::ranges::any_of(arguments, is_help);
-}
-
 }  // namespace
 
 int secret(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
-  if (asks_for_help(arguments)) {
+  if (arguments.empty() || asks_for_help(arguments)) {
     runtime.out(kHelp);
     return status_of(ExitCode::ok);
   }

@@ -37,8 +37,7 @@ ExitCode set_name(const std::string& name, CLIRuntime& runtime) {
   request.sessionID = env.sessionID;
   request.method = "set_actor_name";
   request.name = name;
-  const auto reply =
-      BridgeTransport::exchange(record::to_text(request, json::Slashes::escaped), env.notesSocket);
+  const auto reply = BridgeTransport::exchange(request, env.notesSocket);
   if (!reply) {
     runtime.err(complaints::not_answering("notes"));
     return ExitCode::unavailable;
@@ -64,8 +63,7 @@ std::optional<TeamworkResponse> agents_on_board(const CLIEnvironment& env) {
   request.token = bridge_token(env.collabTokenFile, env.collabTokenSeed);
   request.sessionID = env.sessionID;
   request.method = "list_agents";
-  const auto reply =
-      BridgeTransport::exchange(record::to_text(request, json::Slashes::escaped), env.collabSocket);
+  const auto reply = BridgeTransport::exchange(request, env.collabSocket);
   if (!reply) return std::nullopt;
   auto response = record::from_text<TeamworkResponse>(reply->view());
   if (response && (response->kind == Kind::gated || response->kind == Kind::error)) return {};

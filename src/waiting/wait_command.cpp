@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <ctime>
 
@@ -11,6 +10,7 @@
 #include "bridge/complaints.h"
 #include "bridge/token.h"
 #include "bridge/transport.h"
+#include "cli/help_flag.h"
 #include "platform/clock.h"
 #include "platform/parent.h"
 #include "waiting/wait_loop.h"
@@ -43,8 +43,7 @@ class RealWorld : public WaitWorld {
     TeamworkRequest addressed = request;
     addressed.token = bridge_token(env_.collabTokenFile, env_.collabTokenSeed);
     addressed.sessionID = env_.sessionID;
-    const auto reply = BridgeTransport::exchange(record::to_text(addressed, json::Slashes::escaped),
-                                                 env_.collabSocket);
+    const auto reply = BridgeTransport::exchange(addressed, env_.collabSocket);
     return reply ? std::optional<std::string>(reply->view()) : std::nullopt;
   }
 
@@ -69,8 +68,7 @@ class RealWorld : public WaitWorld {
 }  // namespace
 
 ExitCode run(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
-  const auto asks_for_help = [](const std::string& a) { return a == "--help" || a == "-h"; };
-  if (std::ranges::any_of(arguments, asks_for_help)) {
+  if (asks_for_help(arguments)) {
     runtime.out(wait_help());
     return ExitCode::ok;
   }

@@ -146,6 +146,7 @@ def environment(program, home, servers):
         "HOME": home,
         "TMPDIR": home,
         "LC_ALL": "C",
+        "PYTHON": sys.executable,
         "QUORVEL_SESSION_ID": SESSION,
         "QUORVEL_COLLAB_SOCKET": servers["board"].path,
         "QUORVEL_MCP_SOCKET": servers["notes"].path,
