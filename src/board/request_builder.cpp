@@ -170,8 +170,8 @@ std::string unused_flags(const Flags& flags) {
     if (flags.has(name)) unused.push_back("--" + std::string(name));
   }
   if (unused.empty()) return "";
-  return "qv: " + text::joined(unused, ", ") +
-         " only goes with --blockerQuestion and was not sent.";
+  return "qv: --blockerQuestion is missing, so these were not sent: " + text::joined(unused, ", ") +
+         ".";
 }
 
 }  // namespace qv::TeamworkRequestBuilder
