@@ -1,3 +1,5 @@
+// What a woken agent reads first: why it was woken, then what moved, then what it owes.
+
 #include "board/change_rendering.h"
 
 #include <algorithm>

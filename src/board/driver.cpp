@@ -1,3 +1,6 @@
+// One board command: environment, request, exchange, reply, text, status. The board is
+// authoritative, so nearly everything is sent and the kind of the reply decides.
+
 #include "board/driver.h"
 
 #include <utility>

@@ -1,3 +1,6 @@
+// The answer a person is asked for has a kind, choices and limits; they travel in front of the
+// question, so that a board which does not know them still shows the question.
+
 #include "board/human_ask.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// A page that says what it leaves out, and how to get it.
+
 #include "board/pages.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Every reply ends alike: the bridge's notice, a link, the Thread's tag, and last of all what
+// the reader still owes, since the last line is what an agent acts on.
+
 #include "board/reply_rendering.h"
 
 #include <algorithm>

@@ -1,7 +1,11 @@
+// Which flag fills which field is a table; what is more than that is code: the main text of
+// each method, the goal, and the question to the human.
+
 #include "board/request_builder.h"
 
 #include "base/text.h"
 #include "board/human_ask.h"
+#include "cli/flag_fields.h"
 
 namespace qv::TeamworkRequestBuilder {
 
@@ -10,13 +14,10 @@ namespace {
 using Flags = ArgParser::ArgBox;
 using Request = TeamworkRequest;
 
-template <class T>
-struct Filled {
-  std::optional<T> Request::*field;
-  std::string_view flag;
-};
+template <class Value>
+using Field = FlagField<Request, Value>;
 
-constexpr Filled<std::string> kTexts[] = {
+constexpr Field<std::string> kTexts[] = {
     {&Request::name, "name"},
     {&Request::role, "role"},
     {&Request::reviewOfFingerprint, "ofAgent"},
@@ -35,18 +36,18 @@ constexpr Filled<std::string> kTexts[] = {
     {&Request::releaseReason, "reason"},
     {&Request::discussionID, "discussionID"},
 };
-constexpr Filled<std::int64_t> kIntegers[] = {
+constexpr Field<std::int64_t> kIntegers[] = {
     {&Request::priority, "priority"},
     {&Request::sinceRev, "sinceRev"},
     {&Request::holdMs, "holdMs"},
 };
-constexpr Filled<bool> kBooleans[] = {
+constexpr Field<bool> kBooleans[] = {
     {&Request::approve, "approve"},
     {&Request::blocked, "blocked"},
     {&Request::wakeOnStateChanges, "wakeOnClaims"},
     {&Request::editLast, "editLast"},
 };
-constexpr Filled<std::vector<std::string>> kLists[] = {
+constexpr Field<std::vector<std::string>> kLists[] = {
     {&Request::waitsOn, "waitsOn"},
     {&Request::taskIDs, "taskIDs"},
 };
@@ -150,10 +151,10 @@ Outcome build(std::string_view method, const Flags& flags, const std::string& to
     request.blockerQuestion = TeamworkHumanAsk::encoded(ask_from(flags), *question);
   }
 
-  for (const auto& [field, flag] : kTexts) request.*field = flags.text(flag);
-  for (const auto& [field, flag] : kIntegers) request.*field = flags.integer(flag);
-  for (const auto& [field, flag] : kBooleans) request.*field = flags.boolean(flag);
-  for (const auto& [field, flag] : kLists) request.*field = flags.list(flag);
+  fill(request, flags, kTexts);
+  fill(request, flags, kIntegers);
+  fill(request, flags, kBooleans);
+  fill(request, flags, kLists);
   request.resources = first_list(flags, "resource", "resources");
   request.tags = first_list(flags, "addressTo", "tags");
   request.note = first_text(flags, {"text", "progress", "note"});

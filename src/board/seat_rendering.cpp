@@ -1,3 +1,5 @@
+// A fresh seat comes with the rules of the board, told once, when they are needed.
+
 #include "board/seat_rendering.h"
 
 #include "board/squad_rendering.h"

@@ -1,3 +1,6 @@
+// From one reading of the roster an agent learns whom it can reach and what it may start.
+// The paragraphs name the methods of the bridge, which is how agents know them.
+
 #include "board/squad_rendering.h"
 
 #include <limits>

@@ -1,3 +1,6 @@
+// An agent reads a backlog to find what to do next, so the list is a briefing: what it holds,
+// what was handed to it, what it may take, and only then everything else.
+
 #include "board/task_rendering.h"
 
 #include "base/text.h"

@@ -1,3 +1,6 @@
+// A stale socket file looks like a live one until somebody connects, so a search connects to
+// each candidate and says nothing.
+
 #include "bridge/discovery.h"
 
 #include <dirent.h>

@@ -1,3 +1,6 @@
+// The walk over the arguments stores what it meets; positions, requirements and standard
+// input come after it, in that order. The first error ends it all.
+
 #include "cli/arg_parser.h"
 
 #include <algorithm>
@@ -177,32 +180,7 @@ class Parser {
   std::optional<ParseError> error_;
 };
 
-template <class T>
-std::optional<T> value_of(const ArgBox& box, std::string_view name) {
-  const auto found = box.values.find(name);
-  if (found == box.values.end()) return std::nullopt;
-  const T* value = std::get_if<T>(&found->second);
-  return value == nullptr ? std::nullopt : std::optional<T>(*value);
-}
-
 }  // namespace
-
-std::optional<std::string> ArgBox::text(std::string_view name) const {
-  return value_of<std::string>(*this, name);
-}
-
-std::optional<std::int64_t> ArgBox::integer(std::string_view name) const {
-  return value_of<std::int64_t>(*this, name);
-}
-
-std::optional<bool> ArgBox::boolean(std::string_view name) const {
-  return value_of<bool>(*this, name);
-}
-
-std::optional<std::vector<std::string>> ArgBox::list(std::string_view name) const {
-  auto pieces = value_of<std::vector<std::string>>(*this, name);
-  return pieces && pieces->empty() ? std::nullopt : pieces;
-}
 
 std::variant<Parsed, ParseError> parse(const std::vector<std::string>& arguments, const Verb& verb,
                                        const ReadInput& read_input) {

@@ -1,3 +1,6 @@
+// The app tells its panes everything in variables. An outside agent has a seat instead, and a
+// terminal with neither may still be beside the one instance that runs.
+
 #include "cli/environment.h"
 
 #include <cstdlib>

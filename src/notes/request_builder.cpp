@@ -1,18 +1,17 @@
 #include "notes/request_builder.h"
 
+#include "cli/flag_fields.h"
+
 namespace qv::MCPRequestBuilder {
 
 namespace {
 
 using Request = MCPBridgeRequest;
 
-template <class T>
-struct Filled {
-  std::optional<T> Request::*field;
-  std::string_view flag;
-};
+template <class Value>
+using Field = FlagField<Request, Value>;
 
-constexpr Filled<std::string> kTexts[] = {
+constexpr Field<std::string> kTexts[] = {
     {&Request::name, "name"},
     {&Request::section, "section"},
     {&Request::body, "body"},
@@ -23,7 +22,7 @@ constexpr Filled<std::string> kTexts[] = {
     {&Request::why, "why"},
     {&Request::milestone, "milestone"},
 };
-constexpr Filled<std::int64_t> kIntegers[] = {
+constexpr Field<std::int64_t> kIntegers[] = {
     {&Request::after, "after"},
     {&Request::revision, "revision"},
 };
@@ -36,8 +35,8 @@ MCPBridgeRequest build(std::string_view method, const ArgParser::ArgBox& flags,
   request.token = token;
   request.sessionID = sessionID;
   request.method = method;
-  for (const auto& [field, flag] : kTexts) request.*field = flags.text(flag);
-  for (const auto& [field, flag] : kIntegers) request.*field = flags.integer(flag);
+  fill(request, flags, kTexts);
+  fill(request, flags, kIntegers);
   if (flags.boolean("all").value_or(false)) request.replaceAll = true;
   return request;
 }

@@ -1,3 +1,6 @@
+// A wait that was killed must not lose its place, and a board command and a wait may write at
+// the same time: each writes the whole record, with only its own fields changed.
+
 #include "waiting/pane_state.h"
 
 #include "base/files.h"
