@@ -14,7 +14,7 @@ main() {
   export QUORVEL_SESSION_ID=PANE-1 QUORVEL_COLLAB_TOKEN=t QUORVEL_MCP_SOCKET=$work/none
   local request='{"protocolVersion":1,"token":"t","sessionID":"PANE-1","method":"claim_task","taskID":"T-1"}'
 
-  printf '%-44s %10s   %s\n' measured ratio wanted
+  printf '%-58s %10s   %s\n' measured ratio wanted
   compare 1000 "$bin/qv --version" "$bin/bench_empty" 'at most 1.35, 1.1 aimed for'
   export QUORVEL_COLLAB_SOCKET=$work/small.sock
   compare 500 "$bin/qv task claim T-1" "$bin/bench_client $work/small.sock '$request'" 'at most 1.5'
@@ -38,16 +38,15 @@ serve() {
 compare() {
   hyperfine --shell=none --warmup 5 --runs "$1" --export-json "$work/times.json" "$2" "$3" \
     >/dev/null 2>&1
-  local names=("${2##*/bin/}" "${3##*/}")
   jq -r --arg name "$(label "$2") : $(label "$3")" --arg wanted "$4" \
     '[.results[].mean] as [$a, $b] | [$name, ($a / $b * 100 | round / 100), $wanted] | @tsv' \
-    "$work/times.json" | awk -F '\t' '{ printf "%-44s %10s   %s\n", $1, $2, $3 }'
+    "$work/times.json" | awk -F '\t' '{ printf "%-58s %10s   %s\n", $1, $2, $3 }'
 }
 
 # label COMMAND: its program's name and its first words.
 label() {
   local words=($1)
-  echo "${words[0]##*/} ${words[*]:1:2}" | cut -c 1-24
+  echo "${words[0]##*/} ${words[*]:1:3}" | sed "s|$work/||g" | cut -c 1-32
 }
 
 # memory NAME COMMAND...: the largest resident set over the reply's size.
@@ -59,7 +58,7 @@ import os, resource, subprocess, sys
 subprocess.run(sys.argv[3:], stdout=subprocess.DEVNULL, check=True)
 unit = 1 if sys.platform == "darwin" else 1024
 peak = resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss * unit
-print(f"{sys.argv[1]:<44} {peak / int(sys.argv[2]):>10.2f}   at most 8")
+print(f"{sys.argv[1]:<58} {peak / int(sys.argv[2]):>10.2f}   at most 8")
 PYTHON
 }
 

@@ -66,8 +66,8 @@ constexpr BucketName kBucketNames[] = {
 
 // A task list's JSON also carries the ids of each bucket, so that a script sees the same
 // grouping as the prose.
-std::string bucket_ids(const std::vector<TeamworkTask>& tasks, std::string_view reader) {
-  const TaskBuckets buckets = grouped(tasks, reader);
+std::string bucket_ids(const TeamworkResponse& response, std::string_view reader) {
+  const TaskBuckets buckets = response.tasks ? grouped(*response.tasks, reader) : TaskBuckets{};
   std::string out;
   for (const auto& [name, bucket] : kBucketNames) {
     std::vector<std::string> ids;
@@ -83,8 +83,7 @@ std::string bucket_ids(const std::vector<TeamworkTask>& tasks, std::string_view 
 std::string as_json(const TeamworkResponse& response, json::Value reply, std::string_view method,
                     CLIRuntime& runtime) {
   if (method != "list_tasks" || refused(response)) return json::pretty(reply);
-  const std::string ids = bucket_ids(response.tasks.value_or(std::vector<TeamworkTask>{}),
-                                     reader_of(response, runtime));
+  const std::string ids = bucket_ids(response, reader_of(response, runtime));
   const auto buckets = json::parse(ids);
   return buckets ? json::pretty(reply, json::AddedMember{"buckets", *buckets})
                  : json::pretty(reply);
