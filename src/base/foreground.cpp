@@ -64,8 +64,14 @@ std::optional<int> run_in_foreground(const std::string& path,
   const pid_t child = process::spawn(launch);
   if (child == 0) return std::nullopt;
   int status = 0;
-  while (::waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) return std::nullopt;
+  for (;;) {
+    if (::waitpid(child, &status, WUNTRACED) < 0) {
+      if (errno != EINTR) return std::nullopt;
+    } else if (WIFSTOPPED(status)) {
+      ::raise(SIGSTOP);  // with it, so that the shell takes the terminal back
+    } else {
+      break;
+    }
   }
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }

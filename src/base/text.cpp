@@ -85,22 +85,35 @@ std::string mapped(std::string_view text, Map map) {
 
 bool is_utf8(std::string_view bytes) {
   for (std::size_t i = 0; i < bytes.size();) {
-    if (is_ascii(bytes[i])) {
-      ++i;
-      continue;
-    }
-    const std::size_t length = code_point_at(bytes, i).length;
+    const std::size_t length = is_ascii(bytes[i]) ? 1 : sequence_length(bytes.substr(i));
     if (length == 0) return false;
     i += length;
   }
   return true;
 }
 
+std::size_t sequence_length(std::string_view bytes) {
+  const auto byte = [&](std::size_t i) {
+    return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0U;
+  };
+  const auto continues = [&](std::size_t i) { return (byte(i) & 0xC0U) == 0x80U; };
+  const unsigned first = byte(0);
+  if (first < 0x80) return bytes.empty() ? 0 : 1;
+  if (first < 0xC2 || first > 0xF4) return 0;
+  if (first < 0xE0) return continues(1) ? 2 : 0;
+  // The second byte rules out overlong forms, surrogates and what lies beyond the last plane.
+  const unsigned low = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+  const unsigned high = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+  if (byte(1) < low || byte(1) > high || !continues(2)) return 0;
+  if (first < 0xF0) return 3;
+  return continues(3) ? 4 : 0;
+}
+
 std::string repaired(std::string_view bytes) {
   std::string out;
   out.reserve(bytes.size());
   for (std::size_t i = 0; i < bytes.size();) {
-    const std::size_t length = is_ascii(bytes[i]) ? 1 : code_point_at(bytes, i).length;
+    const std::size_t length = sequence_length(bytes.substr(i));
     out += length == 0 ? kReplacement : bytes.substr(i, length);
     i += length == 0 ? 1 : length;
   }

@@ -12,6 +12,10 @@ namespace qv::text {
 
 [[nodiscard]] bool is_utf8(std::string_view bytes);
 
+// The bytes of the well-formed sequence that `bytes` begin with; 0 when it is malformed or
+// cut short.
+[[nodiscard]] std::size_t sequence_length(std::string_view bytes);
+
 // The bytes with every malformed sequence replaced by U+FFFD.
 [[nodiscard]] std::string repaired(std::string_view bytes);
 

@@ -61,7 +61,7 @@ ExitCode run(const Verb& verb, const ArgParser::ArgBox& flags, bool wantsJSON,
   }
   const MCPBridgeRequest request = MCPRequestBuilder::build(
       verb.method, flags, bridge_token(env.notesTokenFile, env.notesTokenSeed), env.sessionID);
-  View view{verb.method, flags.integer("offset"), flags.integer("limit")};
+  View view{verb.method, flags.integer("offset"), flags.integer("limit"), {}};
   auto answer = ask(request, env.notesSocket, view, wantsJSON);
   if (!answer) {
     runtime.err(complaints::not_answering("notes"));
@@ -80,10 +80,7 @@ ExitCode run(const Verb& verb, const ArgParser::ArgBox& flags, bool wantsJSON,
     runtime.err("qv note " + std::string(verb.name) +
                 ": no note by that name in this room. `qv note list` shows what is here.");
   } else {
-    if (answer->page && response->note) {
-      response->note->content = std::move(*answer->page);
-      view.offset = view.limit = std::nullopt;
-    }
+    view.page = std::move(answer->page);
     runtime.out(render(*response, view));
   }
   return status;

@@ -59,7 +59,13 @@ LinePager::LinePager(std::optional<std::int64_t> offset, std::optional<std::int6
 
 void LinePager::add(std::string_view text) {
   if (!text.empty()) empty_ = false;
-  if (wanted_) lines_.back() += text;
+  if (!wanted_ || line_is_cut_) return;
+  std::string& line = lines_.back();
+  line += text;
+  if (line.size() < look_again_at_) return;
+  // More characters than are shown, the last of which may yet grow: what follows is cut.
+  line_is_cut_ = text::count_characters(line) > kCharactersOfALine + 1;
+  look_again_at_ = line.size() * 2;
 }
 
 void LinePager::end_line() {
@@ -68,6 +74,8 @@ void LinePager::end_line() {
   ++total_;
   wanted_ = total_ >= first_ && total_ - first_ < limit_ && room_ >= 0;
   if (wanted_) lines_.emplace_back();
+  line_is_cut_ = false;
+  look_again_at_ = kLongLine;
 }
 
 std::string LinePager::page() const {

@@ -24,13 +24,17 @@ class LinePager {
   [[nodiscard]] std::string page() const;
 
  private:
+  static constexpr std::size_t kLongLine = 16 * 1024;  // bytes
+
   std::int64_t first_;
   std::int64_t limit_;
-  std::int64_t total_ = 1;          // lines so far, the one under way included
-  std::int64_t room_;               // characters the page can hold beyond the lines collected
-  bool wanted_;                     // whether the line under way may stand on the page
-  bool empty_ = true;               // nothing was added at all
-  std::vector<std::string> lines_;  // from the first line of the page on
+  std::int64_t total_ = 1;    // lines so far, the one under way included
+  std::int64_t room_;         // characters the page can hold beyond the lines collected
+  bool wanted_;               // whether the line under way may stand on the page
+  bool line_is_cut_ = false;  // the line under way is longer than what is shown of it
+  std::size_t look_again_at_ = kLongLine;  // bytes of that line
+  bool empty_ = true;                      // nothing was added at all
+  std::vector<std::string> lines_;         // from the first line of the page on
 };
 
 // The page of a note that is there as a whole.

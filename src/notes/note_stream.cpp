@@ -103,6 +103,7 @@ std::string_view NoteStream::take_frame(std::string_view bytes) {
     } else if (bytes[i] == '"' && at_note_text()) {
       in_text_ = diverted_ = true;
       pager_ = fresh_;  // of several texts the last stands
+      frame_ += kTextTaken;
       return after(bytes, i + 1);
     } else {
       follow(bytes[i]);
@@ -112,7 +113,13 @@ std::string_view NoteStream::take_frame(std::string_view bytes) {
 }
 
 std::string_view NoteStream::take_text(std::string_view bytes) {
-  const std::size_t run = plain_run(bytes);
+  std::size_t run = plain_run(bytes);
+  while (run < bytes.size() && !is_ascii(bytes[run])) {
+    const std::size_t length = text::sequence_length(bytes.substr(run));
+    if (length == 0) break;
+    run += length;
+    run += plain_run(bytes.substr(run));
+  }
   if (run > 0) pager_.add({bytes.data(), run});
   bytes.remove_prefix(run);
   if (bytes.empty()) return {};

@@ -12,6 +12,10 @@ namespace qv::notes {
 // ever holding that text.
 class NoteStream {
  public:
+  // Stands for the text in the frame. A text that reads otherwise came later, under a key
+  // spelled in a way that is not looked for, and is the one that counts.
+  static constexpr std::string_view kTextTaken = "(taken by the page)";
+
   // As LinePager's.
   NoteStream(std::optional<std::int64_t> offset, std::optional<std::int64_t> limit)
       : fresh_(offset, limit), pager_(fresh_) {}
@@ -22,7 +26,7 @@ class NoteStream {
   // frame.
   [[nodiscard]] std::optional<std::string> page() const;
 
-  // The reply with an empty text in the place of the one the page was made of. No JSON at
+  // The reply with `kTextTaken` in the place of the text that the page was made of. No JSON at
   // all if that text was malformed.
   [[nodiscard]] const std::string& frame() const { return frame_; }
 

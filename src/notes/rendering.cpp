@@ -1,14 +1,14 @@
 #include "notes/rendering.h"
 
+#include "base/text.h"
 #include "notes/line_page.h"
+#include "notes/note_stream.h"
 
 namespace qv::notes {
 
 namespace {
 
 using Kind = MCPBridgeResponse::Kind;
-
-bool given(const std::optional<std::string>& text) { return text && !text->empty(); }
 
 std::string note_list(const MCPBridgeResponse& response) {
   if (!response.notes || response.notes->empty()) {
@@ -27,6 +27,7 @@ std::string note_list(const MCPBridgeResponse& response) {
 std::string note_text(const MCPBridgeResponse& response, const View& view) {
   if (!response.note) return "No note.";
   if (!view.offset && !view.limit) return response.note->content;
+  if (view.page && response.note->content == NoteStream::kTextTaken) return *view.page;
   return line_page(response.note->content, view.offset, view.limit);
 }
 
@@ -52,8 +53,8 @@ std::string body(const MCPBridgeResponse& response, const View& view) {
 
 std::string render(const MCPBridgeResponse& response, const View& view) {
   std::string out = body(response, view);
-  if (given(response.notice)) out += "\n" + *response.notice;
-  if (given(response.threadTag)) out += "\n\n(thread " + *response.threadTag + ")";
+  if (text::given(response.notice)) out += "\n" + *response.notice;
+  if (text::given(response.threadTag)) out += "\n\n(thread " + *response.threadTag + ")";
   return out;
 }
 

@@ -14,6 +14,7 @@ struct View {
   std::string_view method;             // the wire method that was sent
   std::optional<std::int64_t> offset;  // the first line of a note, counted from 1
   std::optional<std::int64_t> limit;   // how many lines of it
+  std::optional<std::string> page;     // those lines, where they were taken from the reply
 };
 
 // The whole text for one reply: the body for its kind, then the bridge's notice and the

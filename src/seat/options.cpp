@@ -1,5 +1,7 @@
 #include "seat/options.h"
 
+#include <algorithm>
+
 #include "cli/help_flag.h"
 
 namespace qv::seat {

@@ -3,12 +3,13 @@
 
 #include "seat/whoami.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 
 #include "base/files.h"
-#include "board/reply_rendering.h"
 #include "board/request.h"
+#include "board/response.h"
 #include "bridge/complaints.h"
 #include "bridge/token.h"
 #include "bridge/transport.h"
@@ -75,7 +76,9 @@ bool is_up(const std::string& socket) { return !socket.empty() && files::exists(
 // Takes over what the board says about this pane, in the report and in the record. A pane
 // the board does not know has no seat any more, whatever the record remembers.
 void learn(const TeamworkResponse& response, SeatReport& report, CLIRuntime& runtime) {
-  const TeamworkAgent* seat = board::own_seat(response);
+  const auto agents = response.agents.value_or(std::vector<TeamworkAgent>{});
+  const auto self = std::ranges::find(agents, true, &TeamworkAgent::isSelf);
+  const TeamworkAgent* seat = self == agents.end() ? nullptr : &*self;
   report.boardAnswered = true;
   report.fingerprint = seat == nullptr ? "" : seat->fingerprint;
   report.handle = seat == nullptr ? "" : seat->handle;

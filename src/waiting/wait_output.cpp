@@ -65,7 +65,8 @@ std::string move_line(const TeamworkChangeFeed& feed) {
   for (const TeamworkWakeReason& reason : feed.wakeReasons) {
     const std::string summary = on_one_line(reason.summary);
     add("woken: " + (summary.empty() ? reason.kind : summary) + " [" + reason.kind + "]");
-    if (reason.cause && !reason.cause->empty()) add("cause: " + on_one_line(*reason.cause));
+    const std::string cause = on_one_line(reason.cause.value_or(""));
+    if (!cause.empty()) add("cause: " + cause);
   }
   for (const TeamworkSquadMessage& message : feed.messages) {
     add("message from " + message.from + ": " + on_one_line(message.text));

@@ -34,7 +34,15 @@ TEST(Text, CleansAndClassifiesInTheUnicodeSense) {
   EXPECT_EQ(text::uppered("naïve é"), "NAÏVE É");
   EXPECT_TRUE(text::equal_ignoring_case("ÉCLAIR", "éclair"));
   EXPECT_EQ(text::repaired("a\xff\xc3(\xed\xa0\x80z"), "a\ufffd\ufffd(\ufffd\ufffd\ufffdz");
-  EXPECT_FALSE(text::is_utf8("\xc0\xaf"));
+  for (const std::string_view bad :
+       {"\xc0\xaf", "\xed\xa0\x80", "\xe0\x9f\xbf", "\xf4\x90\x80\x80", "\xf0\x8f\xbf\xbf", "a\xc3",
+        "\xe2\x82", "\x80", "\xf8\x88\x80\x80\x80"}) {
+    EXPECT_FALSE(text::is_utf8(bad)) << bad;
+  }
+  for (const std::string_view good : {"\xc2\x80", "\xed\x9f\xbf", "\xe0\xa0\x80",
+                                      "\xf4\x8f\xbf\xbf", "\xf0\x90\x80\x80", "é€😀"}) {
+    EXPECT_TRUE(text::is_utf8(good)) << good;
+  }
   EXPECT_EQ(text::with_visible_controls("\x1b[31m\ta\r\n\x7f\u009bé"), "^[[31m\ta^M\n^?<U+009B>é");
 }
 

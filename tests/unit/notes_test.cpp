@@ -96,6 +96,15 @@ TEST(NotesReply, CannotBeReadWithoutARequiredKey) {
   }
 }
 
+TEST(LinePager, KeepsNoMoreOfALineThanItShows) {
+  const std::string piece = repeated("e\u0301x", 1001);
+  notes::LinePager pager(1, 2);
+  for (int i = 0; i < 100; ++i) pager.add(piece);
+  pager.end_line();
+  pager.add("next");
+  EXPECT_EQ(pager.page(), "1\t" + repeated("e\u0301x", 1000) + "…\n2\tnext");
+}
+
 // However the bytes arrive, a reply read as it arrives says what the whole one says.
 TEST(NoteStream, ReadsLikeTheWholeReply) {
   struct Row {
@@ -109,6 +118,7 @@ TEST(NoteStream, ReadsLikeTheWholeReply) {
       {R"({"kind":"note","note":{"name":"n","content":""}})", true},
       {R"({"kind":"note","note":{"name":"content\":\"","n\/ote":1,"content":"\n"}})", true},
       {R"({"kind":"note","note":{"name":"n","content":"first","content":"last"}})", true},
+      {R"({"kind":"note","note":{"name":"n","content":"first","cont\u0065nt":"last"}})", true},
       {R"({"kind":"note","content":"c","a":{"content":"d"},"note":{"name":"n","con\u0074ent":"e\nf"}})",
        false},
       {R"({"kind":"note","note":{"name":"n","a":["content",{"content":"d"}],"content":"e\nf"}})",
@@ -128,24 +138,21 @@ TEST(NoteStream, ReadsLikeTheWholeReply) {
       {"{\"kind\":\"note\",\"note\":{\"name\":\"n\",\"content\":\"\xED\xA0\x80\"}}", true},
       {"{\"kind\":\"note\",\"note\":{\"name\":\"n\",\"content\":\"\x80\x80\x80\x80\x80\"}}", true},
   };
-  const auto page_of = [](const std::optional<MCPBridgeResponse>& response) {
+  const auto shown = [](const std::optional<MCPBridgeResponse>& response,
+                        std::optional<std::string> page) {
     if (!response) return std::string("unreadable");
-    return notes::render(*response, {.method = "read_note", .offset = 1, .limit = 9});
+    return notes::render(*response, {"read_note", 1, 9, std::move(page)});
   };
   for (const Row& row : rows) {
-    const std::string expected = page_of(record::from_text<MCPBridgeResponse>(row.reply));
+    const std::string expected = shown(record::from_text<MCPBridgeResponse>(row.reply), {});
     for (std::size_t size = 1; size <= row.reply.size(); ++size) {
       notes::NoteStream stream(1, 9);
       for (std::size_t at = 0; at < row.reply.size(); at += size) {
         stream.take(row.reply.substr(at, size));
       }
-      auto response = record::from_text<MCPBridgeResponse>(stream.frame());
-      std::string shown = page_of(response);
-      if (response && response->note && stream.page()) {
-        response->note->content = *stream.page();
-        shown = notes::render(*response, {.method = "read_note", .offset = {}, .limit = {}});
-      }
-      EXPECT_EQ(shown, expected) << row.reply << " in pieces of " << size;
+      EXPECT_EQ(shown(record::from_text<MCPBridgeResponse>(stream.frame()), stream.page()),
+                expected)
+          << row.reply << " in pieces of " << size;
       EXPECT_EQ(stream.page().has_value(), row.diverted) << row.reply;
     }
   }

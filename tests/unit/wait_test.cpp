@@ -19,6 +19,7 @@ class ScriptedWorld : public WaitWorld {
 
   std::deque<Answer> polls;    // answers to poll_changes; once they are used up, `ending` comes
   double heartbeat_takes = 0;  // seconds
+  double wall_offset = 0;      // seconds the wall clock was set ahead by
   std::int64_t stored_cursor = 5;
   std::function<void(ScriptedWorld&)> before_poll = [](ScriptedWorld&) {};
   bool parent_gone = false;
@@ -27,7 +28,7 @@ class ScriptedWorld : public WaitWorld {
   std::vector<std::string> journal;
 
   double monotonic() override { return now_; }
-  double wall_clock() override { return 1e9 + now_; }
+  double wall_clock() override { return 1e9 + now_ + wall_offset; }
   void sleep(double seconds) override { note("sleep " + tenths(seconds)), now_ += seconds; }
   bool parent_has_gone() override { return parent_gone; }
   bool reader_has_gone() override { return reader_gone; }
@@ -170,6 +171,22 @@ TEST(Wait, OnlyASocketMissingForAMinuteMeansTheAppIsGone) {
   EXPECT_EQ(wait({.json = true, .follow = true}, world), ExitCode::unavailable);
   EXPECT_EQ(world.journal.back(), "out " + ending_line(Ending::appGone, kAppGone));
   EXPECT_EQ(polls, 50 + 61) << "the socket came back once, and the count began anew";
+}
+
+TEST(Wait, ADeadlineIsOnTheWallClockAndHeartbeatsAreNot) {
+  ScriptedWorld set_ahead;
+  set_ahead.polls.assign(3, {feed(6, kQuiet), 1});
+  set_ahead.before_poll = [](ScriptedWorld& w) { w.wall_offset = 3600; };
+  EXPECT_EQ(wait({.json = true, .timeout_seconds = 60}, set_ahead), ExitCode::unchanged);
+  EXPECT_EQ(set_ahead.journal,
+            (Journal{"heartbeat@100.0", "poll@100.0 since 5 hold 20000", "save 6"}));
+
+  ScriptedWorld slept;  // an hour, in the middle of a poll
+  slept.polls = {{feed(6, kQuiet), 3600}, {feed(7, kMoved), 1}};
+  EXPECT_EQ(wait({.json = false}, slept), ExitCode::ok);
+  EXPECT_EQ(slept.journal, (Journal{"heartbeat@100.0", "poll@100.0 since 5 hold 20000", "save 6",
+                                    "heartbeat@3700.0", "poll@3700.0 since 6 hold 20000", "save 7",
+                                    "out Board moved to rev 7."}));
 }
 
 TEST(Wait, WhatTheBoardSaysEndsIt) {
