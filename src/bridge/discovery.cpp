@@ -35,6 +35,13 @@ std::vector<std::string> names_in(const std::string& directory) {
   return names;
 }
 
+// Absent, and so before every date, when it cannot be had.
+std::optional<platform::FileTime> date_of(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+  return platform::modification_time(status);
+}
+
 bool is_instance_name(std::string_view name) {
   return name == "Quorvel" || name.starts_with("Quorvel-");
 }
@@ -76,7 +83,7 @@ std::vector<Candidate> candidates(Kind kind, const std::string& base) {
     for (const std::string& name : names_in(directory)) {
       if (!name.starts_with(prefix) || !name.ends_with(".sock")) continue;
       const std::string path = directory + "/" + name;
-      dated.push_back({platform::modification_time(path), {path, token_path(path)}});
+      dated.push_back({date_of(path), {path, token_path(path)}});
     }
   }
   std::ranges::stable_sort(dated, [](const auto& a, const auto& b) { return a.first > b.first; });

@@ -10,7 +10,9 @@
 
 #include <climits>
 #include <cstdlib>
+#include <new>
 #include <thread>
+#include <utility>
 
 #include "base/process.h"
 #include "build/direct.h"
@@ -21,6 +23,7 @@
 #include "build/pump.h"
 #include "build/signals.h"
 #include "build/tool_process.h"
+#include "platform/clock.h"
 #include "platform/log.h"
 #include "platform/machine.h"
 
@@ -32,9 +35,14 @@ using Step = Coordinator::Step;
 
 constexpr std::chrono::milliseconds kPause{500};
 
-double seconds_since_1970() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return std::chrono::duration<double>(now).count();
+// Once the tool runs, its build is not lost to a want of memory: files that cannot be removed
+// now go with the next reader of the ledger.
+template <class Action>
+void as_far_as_memory_goes(Action action) {
+  try {
+    action();
+  } catch (const std::bad_alloc&) {
+  }
 }
 
 // One run of a coordinator.
@@ -71,7 +79,7 @@ class Build {
 
 int Build::run() {
   BuildLease& own = queue_.own;
-  own.queuedAt = seconds_since_1970();
+  own.queuedAt = platform::wall_clock_seconds();
   own.pid = ::getpid();
   const auto started = platform::start_time(own.pid);
   if (!started) become_tool();
@@ -157,14 +165,16 @@ int Build::run_with_log(Descriptor log) {
     become_tool();
   }
   BuildLogWriter writer(std::move(log));
-  pump(*tool, writer, [&] { abandon_log(); });
+  pump(*tool, writer, [&] { as_far_as_memory_goes([&] { abandon_log(); }); });
   tool->wait_until_ended();
   const std::int32_t value = tool->exit_value();
   writer.append_exit(value);
   writer.close();
-  const auto lock = ledger_.lock();  // without it the files go all the same
-  ledger_.remove(queue_.own.pid);
-  ledger_.remove_log(queue_.own.pid);
+  as_far_as_memory_goes([&] {
+    const auto lock = ledger_.lock();  // without it the files go all the same
+    ledger_.remove(queue_.own.pid);
+    ledger_.remove_log(queue_.own.pid);
+  });
   return value < 0 ? 128 - value : value;
 }
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,7 @@
 #include "base/io.h"
 #include "build/coordinator.h"
 #include "build/direct.h"
+#include "build/signals.h"
 #include "platform/paths.h"
 
 namespace qv::build {
@@ -48,7 +50,11 @@ int run(const char* program, char** arguments) {
     (void)io::write_all(STDERR_FILENO, "qv __build: no command given\n");
     return kUsage;
   }
-  if (auto coordinator = coordinator_for(arguments)) return coordinator->run(program);
+  try {
+    if (auto coordinator = coordinator_for(arguments)) return coordinator->run(program);
+  } catch (const std::bad_alloc&) {
+    remove_file();  // becoming the tool needs no memory
+  }
   give_up(arguments[0], replace_process(arguments[0], arguments, nullptr));
 }
 

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -57,17 +58,28 @@ bool has_repository(std::string folder) {
   }
 }
 
-// The commit and the top of the work tree, printed one below the other.
+// The commit, the top of the work tree, and whether the folder is inside of it, printed one
+// below the other. A name with white space at its end cannot be told from one without.
 std::optional<Tree> find_tree(const std::string& folder, std::vector<std::string>& environment) {
-  process::Command ask = git(folder, {"rev-parse", "HEAD", "--show-toplevel"});
+  process::Command ask =
+      git(folder, {"rev-parse", "HEAD", "--show-toplevel", "--is-inside-work-tree"});
   if (!process::run_all({&ask, 1}, environment, kGitSeconds)) return std::nullopt;
-  const std::string_view answer = ask.output;
-  const std::size_t line_end = answer.find('\n');
-  if (line_end == std::string_view::npos) return std::nullopt;
-  Tree tree{std::string(text::trimmed(answer.substr(0, line_end))),
-            std::string(text::trimmed(answer.substr(line_end + 1)))};
+  const auto lines = text::split(ask.output, '\n');
+  if (lines.size() != 4 || lines[2] != "true" || !lines[3].empty()) return std::nullopt;
+  if (lines[1] != text::trimmed(lines[1])) return std::nullopt;
+  Tree tree{std::string(text::trimmed(lines[0])), std::string(lines[1])};
   if (tree.commit.empty() || !tree.top.starts_with('/')) return std::nullopt;
   return tree;
+}
+
+// Whether git was told not to look at this file, one line of `ls-files -v`, for changes: a tag
+// in lower case, or an S for a file that a sparse tree leaves out but that is there.
+bool is_hidden_from_git(std::string_view tagged, const std::string& top) {
+  if (tagged.size() < 3) return false;
+  if (tagged.front() >= 'a' && tagged.front() <= 'z') return true;
+  struct stat status {};
+  return tagged.front() == 'S' &&
+         ::lstat((top + "/" + std::string(tagged.substr(2))).c_str(), &status) == 0;
 }
 
 // The paths that differ from the commit, ascending; below the top of the tree.
@@ -75,15 +87,20 @@ std::optional<std::vector<std::string>> list_paths(const Tree& tree,
                                                    std::vector<std::string>& environment) {
   process::Command lists[] = {git(tree.top, {"diff", "HEAD", "--name-only", "-z", "--no-renames",
                                              "--ignore-submodules=none"}),
-                              git(tree.top, {"ls-files", "-o", "--exclude-standard", "-z"})};
+                              git(tree.top, {"ls-files", "-o", "--exclude-standard", "-z"}),
+                              git(tree.top, {"ls-files", "-v", "-z"})};
   if (!process::run_all(lists, environment, kGitSeconds)) return std::nullopt;
+  for (const std::string_view tagged : text::split(lists[2].output, '\0')) {
+    if (is_hidden_from_git(tagged, tree.top)) return std::nullopt;
+  }
   std::vector<std::string> paths;
-  for (const process::Command& list : lists) {
+  for (const process::Command& list : std::span(lists).first(2)) {
     for (const std::string_view path : text::split(list.output, '\0')) {
-      if (!path.empty()) paths.emplace_back(path);
+      if (path.empty()) continue;
+      if (paths.size() == kMostPaths) return std::nullopt;
+      paths.emplace_back(path);
     }
   }
-  if (paths.size() > kMostPaths) return std::nullopt;
   std::ranges::sort(paths);
   return paths;
 }

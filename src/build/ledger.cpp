@@ -19,10 +19,13 @@
 #include <cerrno>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include "base/files.h"
 #include "base/io.h"
 #include "base/text.h"
+#include "platform/clock.h"
+#include "platform/file_times.h"
 #include "platform/machine.h"
 
 namespace qv::build {
@@ -35,7 +38,7 @@ constexpr off_t kLargestLease = off_t{64} << 10;
 
 // A file changed this recently may change once more within the clock's grain, so what was
 // read of it is not kept.
-constexpr std::int64_t kClockGrainNanoseconds = 50'000'000;
+constexpr double kClockGrainSeconds = 0.05;
 
 constexpr std::string_view kLeaseEnding = ".json";
 constexpr std::string_view kLogEnding = ".log";
@@ -77,10 +80,10 @@ std::optional<pid_t> pid_of_log(std::string_view name) {
   return std::to_string(*pid) == name ? std::optional(static_cast<pid_t>(*pid)) : std::nullopt;
 }
 
-std::int64_t now_in_nanoseconds() {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(
-             std::chrono::system_clock::now().time_since_epoch())
-      .count();
+bool is_settled(const platform::FileTime& modified) {
+  const double then =
+      static_cast<double>(modified.seconds) + static_cast<double>(modified.nanoseconds) / 1e9;
+  return platform::wall_clock_seconds() - then > kClockGrainSeconds;
 }
 
 }  // namespace
@@ -177,7 +180,9 @@ std::optional<BuildLease> BuildLedger::read_lease(const std::string& name) {
   if (!file.valid()) return std::nullopt;
   const auto bytes = io::read_to_end(file.get(), kLargestLease);
   auto lease = bytes ? record::from_text<BuildLease>(*bytes) : std::nullopt;
-  if (lease && now_in_nanoseconds() - state->modified > kClockGrainNanoseconds) {
+  // No machine runs that many jobs, and sums of them have to stay in range.
+  if (lease && !std::in_range<std::uint16_t>(lease->jobs)) return std::nullopt;
+  if (lease && is_settled(state->modified)) {
     known_.insert_or_assign(name, Known{*state, *lease, true});
   }
   return lease;
@@ -191,7 +196,7 @@ std::optional<BuildLedger::FileState> BuildLedger::state_of(const std::string& n
   }
   if (!S_ISREG(status.st_mode) || status.st_size > kLargestLease) return std::nullopt;
   return FileState{status.st_dev, status.st_ino, status.st_size,
-                   platform::modified_nanoseconds(status)};
+                   platform::modification_time(status)};
 }
 
 void BuildLedger::remove_stale(const std::string& name, const BuildLease& lease) const {

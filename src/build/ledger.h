@@ -12,6 +12,7 @@
 #include "build/lease.h"
 #include "build/live_processes.h"
 #include "build/signals.h"
+#include "platform/file_times.h"
 
 namespace qv::build {
 
@@ -69,7 +70,7 @@ class BuildLedger {
     dev_t device = 0;
     ino_t inode = 0;
     off_t size = 0;
-    std::int64_t modified = 0;  // nanoseconds since 1970
+    platform::FileTime modified;
     friend bool operator==(const FileState&, const FileState&) = default;
   };
   struct Known {

@@ -16,6 +16,8 @@ namespace qv::build {
 
 namespace {
 
+constexpr std::int32_t kLargestStatus = 255;
+
 void put_big_endian(unsigned char* out, std::uint32_t number) {
   for (int i = 0; i < 4; ++i) out[i] = static_cast<unsigned char>(number >> (24 - 8 * i));
 }
@@ -88,7 +90,9 @@ std::optional<BuildLog::Item> BuildLogParser::next() {
   begin_ += BuildLog::kHeaderSize + length;
   const char* payload = frame + BuildLog::kHeaderSize;
   if (kind == BuildLog::kExit) {
-    return BuildLog::Exit{static_cast<std::int32_t>(big_endian(payload))};
+    const auto value = static_cast<std::int32_t>(big_endian(payload));
+    damaged_ = value > kLargestStatus;
+    return damaged_ ? std::nullopt : std::optional<BuildLog::Item>(BuildLog::Exit{value});
   }
   return BuildLog::Output{kind, {payload, length}};
 }

@@ -12,7 +12,6 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <memory>
 
 #include "base/io.h"
 
@@ -96,7 +95,7 @@ void Pump::move_chunk(Descriptor& from, int stream) {
 }  // namespace
 
 void pump(ToolProcess& tool, BuildLogWriter& log, const std::function<void()>& log_lost) {
-  std::make_unique<Pump>(tool, log, log_lost)->run();
+  Pump(tool, log, log_lost).run();
 }
 
 }  // namespace qv::build

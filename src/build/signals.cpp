@@ -2,7 +2,7 @@
 // after its lease is gone. While its tool runs, the stop signals are the tool's. And
 // when the tool has been reaped they are nobody's: its process id may already belong to
 // somebody else. Handlers do all of it; no second thread is needed, because each only
-// makes one or two calls that are safe in a handler.
+// makes a few calls that are safe in a handler.
 
 #include "build/signals.h"
 
@@ -19,6 +19,8 @@ namespace {
 
 static_assert(std::atomic<pid_t>::is_always_lock_free);  // and so usable in a handler
 
+constexpr int kPauseSignals[] = {SIGTSTP, SIGTTIN, SIGTTOU};
+
 char file_to_remove[PATH_MAX];
 std::atomic<pid_t> forward_to{0};
 std::atomic<int> wake_descriptor{-1};
@@ -34,11 +36,27 @@ bool is_ignored(const struct sigaction& disposition) {
   return (disposition.sa_flags & SA_SIGINFO) == 0 && disposition.sa_handler == SIG_IGN;
 }
 
+void replace_unless_ignored(int signal, void (*handler)(int)) {
+  struct sigaction before {};
+  ::sigaction(signal, nullptr, &before);
+  const struct sigaction replacement = action(handler);
+  if (!is_ignored(before)) ::sigaction(signal, &replacement, nullptr);
+}
+
 void remove_and_end(int signal) {
   ::unlink(file_to_remove);
   const struct sigaction usual = action(SIG_DFL);
   ::sigaction(signal, &usual, nullptr);
   ::raise(signal);
+}
+
+// A build that is stopped in the queue must not keep the others waiting; it queues up again,
+// in its old place, when it goes on.
+void remove_and_pause(int) {
+  const int error = errno;
+  ::unlink(file_to_remove);
+  ::raise(SIGSTOP);
+  errno = error;
 }
 
 void forward(int signal) {
@@ -63,6 +81,10 @@ CallerSignals::CallerSignals() {
   ::sigaction(SIGPIPE, &ignore, &broken_pipe_);
   ::sigaction(SIGXFSZ, &ignore, &file_size_);
   ::sigaction(SIGCHLD, &usual, &child_);
+  sigset_t child;
+  sigemptyset(&child);
+  sigaddset(&child, SIGCHLD);
+  ::sigprocmask(SIG_UNBLOCK, &child, nullptr);
   if (!is_ignored(broken_pipe_)) sigaddset(&reset_, SIGPIPE);
   if (!is_ignored(file_size_)) sigaddset(&reset_, SIGXFSZ);
 }
@@ -87,26 +109,22 @@ SignalsHeld::~SignalsHeld() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
 void remove_file_on_stop(const std::string& path) {
   if (path.size() >= sizeof file_to_remove) return;
   std::memcpy(file_to_remove, path.c_str(), path.size() + 1);
-  const struct sigaction ending = action(remove_and_end);
-  for (const int signal : kStopSignals) {
-    struct sigaction before {};
-    ::sigaction(signal, nullptr, &before);
-    if (!is_ignored(before)) ::sigaction(signal, &ending, nullptr);
-  }
+  for (const int signal : kStopSignals) replace_unless_ignored(signal, remove_and_end);
+  for (const int signal : kPauseSignals) replace_unless_ignored(signal, remove_and_pause);
 }
+
+void remove_file() { ::unlink(file_to_remove); }
 
 void forward_stop_signals(pid_t pid, int wake_fd) {
   forward_to = pid;
   wake_descriptor = wake_fd;
   const struct sigaction forwarding = action(forward);
   for (const int signal : kStopSignals) ::sigaction(signal, &forwarding, nullptr);
+  for (const int signal : kPauseSignals) replace_unless_ignored(signal, SIG_DFL);
   struct sigaction waking = action(wake);
   waking.sa_flags = SA_NOCLDSTOP;
   ::sigaction(SIGCHLD, &waking, nullptr);
-  sigset_t child;
-  sigemptyset(&child);
-  sigaddset(&child, SIGCHLD);
-  ::sigprocmask(SIG_UNBLOCK, &child, nullptr);
+  wake(SIGCHLD);  // for an end that came before the handler
 }
 
 void stop_forwarding() { forward_to = 0; }

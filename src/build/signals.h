@@ -18,6 +18,9 @@ inline constexpr int kStopSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 class CallerSignals {
  public:
   CallerSignals();
+  ~CallerSignals() { restore(); }
+  CallerSignals(const CallerSignals&) = delete;
+  CallerSignals& operator=(const CallerSignals&) = delete;
 
   // Puts mask and dispositions back; to be called last before the process is replaced.
   void restore() const;
@@ -46,6 +49,9 @@ class SignalsHeld {
  private:
   sigset_t before_;
 };
+
+// Removes the file that was named for a stop, now. Needs no memory.
+void remove_file();
 
 // From now on a stop signal that the caller did not ignore removes the file and then ends
 // this process as it would have anyway.

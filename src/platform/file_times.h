@@ -1,9 +1,9 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <compare>
 #include <cstdint>
-#include <optional>
-#include <string>
 
 namespace qv::platform {
 
@@ -14,7 +14,7 @@ struct FileTime {
   auto operator<=>(const FileTime&) const = default;
 };
 
-// When the file's content last changed; absent when it cannot be had.
-[[nodiscard]] std::optional<FileTime> modification_time(const std::string& path);
+// When the file's content last changed.
+[[nodiscard]] FileTime modification_time(const struct stat& status);
 
 }  // namespace qv::platform

@@ -1,13 +1,9 @@
-#include <sys/stat.h>
-
 #include "platform/file_times.h"
 
 namespace qv::platform {
 
-std::optional<FileTime> modification_time(const std::string& path) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) return std::nullopt;
-  return FileTime{status.st_mtimespec.tv_sec, status.st_mtimespec.tv_nsec};
+FileTime modification_time(const struct stat& status) {
+  return {status.st_mtimespec.tv_sec, status.st_mtimespec.tv_nsec};
 }
 
 }  // namespace qv::platform

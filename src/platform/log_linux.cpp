@@ -1,35 +1,66 @@
-#include <syslog.h>
+// The system's own call for this waits when the log's daemon stands still, and no build may
+// wait for that. So the record is sent as the call would send it, or dropped.
 
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "base/descriptor.h"
 #include "platform/log.h"
 
 namespace qv::platform {
 
 namespace {
 
-// Opened by the first record; the records name their category themselves.
-int governor() {
-  static const int priority = [] {
-    ::openlog("com.quorvel.app", LOG_PID, LOG_USER);
-    return LOG_INFO;
-  }();
-  return priority;
+constexpr char kLogSocket[] = "/dev/log";
+
+void send(const char* message) {
+  const Descriptor log(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, kLogSocket, sizeof kLogSocket);
+  const std::time_t now = std::time(nullptr);
+  struct tm local {};
+  char date[32] = "";
+  if (::localtime_r(&now, &local) != nullptr) std::strftime(date, sizeof date, "%h %e %T", &local);
+  char record[256];
+  const int length =
+      std::snprintf(record, sizeof record, "<%d>%s com.quorvel.app[%d]: governor: %s",
+                    LOG_USER | LOG_INFO, date, static_cast<int>(::getpid()), message);
+  if (!log.valid() || length < 0 || static_cast<std::size_t>(length) >= sizeof record) return;
+  (void)!::sendto(log.get(), record, static_cast<std::size_t>(length), MSG_NOSIGNAL,
+                  reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
 }  // namespace
 
 void log_held_for_memory(pid_t build, std::int64_t ahead, bool critical) {
-  ::syslog(governor(), "governor: build %d held for memory, %ld ahead, critical %s", build,
-           static_cast<long>(ahead), critical ? "true" : "false");
+  char message[160];
+  std::snprintf(message, sizeof message, "build %d held for memory, %" PRId64 " ahead, critical %s",
+                static_cast<int>(build), ahead, critical ? "true" : "false");
+  send(message);
 }
 
 void log_held_for_cores(pid_t build, std::int64_t ahead) {
-  ::syslog(governor(), "governor: build %d held for cores, %ld ahead", build,
-           static_cast<long>(ahead));
+  char message[160];
+  std::snprintf(message, sizeof message, "build %d held for cores, %" PRId64 " ahead",
+                static_cast<int>(build), ahead);
+  send(message);
 }
 
 void log_started(pid_t build, std::int64_t jobs, std::int64_t cores, std::int64_t others) {
-  ::syslog(governor(), "governor: build %d started with %ld of %ld jobs, %ld others running", build,
-           static_cast<long>(jobs), static_cast<long>(cores), static_cast<long>(others));
+  char message[160];
+  std::snprintf(message, sizeof message,
+                "build %d started with %" PRId64 " of %" PRId64 " jobs, %" PRId64 " others running",
+                static_cast<int>(build), jobs, cores, others);
+  send(message);
 }
 
 }  // namespace qv::platform

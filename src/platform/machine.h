@@ -24,7 +24,4 @@ namespace qv::platform {
 // get the same number.
 [[nodiscard]] std::optional<double> start_time(pid_t pid);
 
-// When the file's content last changed, in nanoseconds since 1970.
-[[nodiscard]] std::int64_t modified_nanoseconds(const struct stat& status);
-
 }  // namespace qv::platform

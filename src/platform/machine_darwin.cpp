@@ -56,8 +56,4 @@ std::optional<double> start_time(pid_t pid) {
   return static_cast<double>(start.tv_sec) + static_cast<double>(start.tv_usec) / 1'000'000.0;
 }
 
-std::int64_t modified_nanoseconds(const struct stat& status) {
-  return std::int64_t{status.st_mtimespec.tv_sec} * 1'000'000'000 + status.st_mtimespec.tv_nsec;
-}
-
 }  // namespace qv::platform

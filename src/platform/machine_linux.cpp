@@ -189,8 +189,4 @@ std::optional<double> start_time(pid_t pid) {
   return static_cast<double>(*boot) + static_cast<double>(*ticks) / ticks_per_second;
 }
 
-std::int64_t modified_nanoseconds(const struct stat& status) {
-  return std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
-}
-
 }  // namespace qv::platform

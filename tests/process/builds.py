@@ -99,7 +99,7 @@ class World(unittest.TestCase):
 
     def start(self, script, tool="cargo", arguments=("build",), folder=None, env=None,
               prepare=None, **options):
-        """Starts a build of at most two cores; memory is left out of the play."""
+        """Starts a build of at most two cores; memory sets no limit."""
         environment = {"HOME": self.home, "PATH": os.environ["PATH"], "FAKE": script,
                        "QUORVEL_BUILD_MEMORY_OFF": "1", "QUORVEL_QV": QV,
                        "QUORVEL_BIN": self.bin, **(env or {})}
