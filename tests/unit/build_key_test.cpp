@@ -70,15 +70,12 @@ TEST_F(FolderState, IsExactOrAbsent) {
     std::filesystem::remove_all(repo_ + "/" + path);
     EXPECT_TRUE(state().has_value()) << "after " << what;
   };
-  const auto git = [&](const std::string& arguments) {
-    ASSERT_EQ(std::system(("git -C '" + repo_ + "' " + arguments).c_str()), 0) << arguments;
-  };
   for (const std::string hiding : {"assume-unchanged", "skip-worktree"}) {
     git("update-index --" + hiding + " sub/b.txt");
     EXPECT_EQ(state(), std::nullopt) << hiding;
     git("update-index --no-" + hiding + " sub/b.txt");
   }
-  git("config core.worktree sub");
+  git("config core.worktree ../sub");
   EXPECT_EQ(state(), std::nullopt) << "a work tree elsewhere";
   git("config --unset core.worktree");
   scratch_.write("repo/line\nfeed", "");
