@@ -125,7 +125,8 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
     return ExitCode::unavailable;
   }
   const auto reply = json::parse(bytes->view());
-  TeamworkResponse response;
+  // The process ends with this command: taking a large reply apart again would only cost time.
+  static TeamworkResponse& response = *new TeamworkResponse;
   if (!reply || !record::decode(*reply, response)) {
     runtime.err("qv: the board sent a reply this build could not read.");
     return ExitCode::refused;
