@@ -26,8 +26,8 @@ FLAGS
                      when the goal is complete, when this terminal closes or
                      when the app quits, and says which on stdout before it
                      goes.
-  --timeout <n>      Give up after n seconds with nothing changed. Off by
-                     default.
+  --timeout <n>      Give up after n seconds with nothing changed.
+                     Off by default.
   --scope <a,b>      Only wake for these tasks. Default: the whole board.
   --wake-on-claims   Also wake on a claim, a block and an unblock, which a
                      wait on the whole board otherwise sleeps through.
