@@ -1,137 +1,250 @@
+// The board bridge: reads a request, lets the Thread's rules answer it, writes the reply.
+// Here are the seats, what the Thread as a whole is about, and what the app and the person at
+// it do; only qv-sandbox itself asks for the latter.
+
 #include "board.h"
 
 #include <algorithm>
-#include <utility>
 
-#include "board_methods.h"
+#include "base/text.h"
 
 namespace qv::sandbox {
 
 namespace {
 
-using Kind = Reply::Kind;
+const TeamworkSquadState kSquad{.mode = "on", .canAddress = true};
 
-constexpr std::int64_t kLongestHold = 30'000;  // milliseconds; a client reads for 40 seconds
+Reply take_seat(const Call& call) {
+  Pane& self = call.caller;
+  const std::string wanted = call.request.name.value_or(self.name);
+  if (call.thread.is_taken(wanted, &self)) {
+    return refused("Somebody here already answers to " + wanted + ". Register under another name.");
+  }
+  self.name = wanted;
+  call.thread.seat(self);
+  if (call.request.role) self.role = call.request.role;
+  self.status = call.request.status.value_or(self.status);
+  return {.kind = Kind::registered,
+          .agent = agent_record(call.thread, self, self),
+          .notice =
+              "This board is qv-sandbox, a practice app: it lives in memory and ends with "
+              "its command.",
+          .squad = kSquad};
+}
 
-// What must be so before a method is called at all.
-enum class Needs { nothing, pane, seat, seat_and_task };
+Reply leave(const Call& call) {
+  const std::string held = call.thread.vacate(call.caller, "left the board");
+  return written("You have left the board." +
+                 (held.empty() ? "" : " Back in the pool: " + held + "."));
+}
 
-struct Method {
-  std::string_view name;
-  Needs needs;
-  Reply (*answer)(const Call&);
-};
+Reply heartbeat(const Call& call) {
+  // A seat counts as waiting for this long after a waiting command last spoke for it.
+  constexpr std::chrono::seconds kWaitingTime{45};
+  Pane& self = call.caller;
+  const bool waiting = call.request.waiting == true;
+  self.status = call.request.status.value_or(self.status);
+  self.stoodDown = waiting && call.request.standDown == true;
+  self.seat->waiting_until = waiting ? call.thread.now + kWaitingTime : call.thread.now;
+  return {.kind = Kind::wake};
+}
+
+Reply list_agents(const Call& call) {
+  Reply reply{.kind = Kind::agents, .agents{{}}, .squad = kSquad, .panes{{}}};
+  for (const Pane& pane : call.thread.panes) {
+    if (pane.seat) {
+      reply.agents->push_back(agent_record(call.thread, pane, call.caller));
+    } else if (!pane.id.empty() && &pane != &call.caller) {
+      reply.panes->push_back({pane.handle});
+    }
+  }
+  if (reply.agents->empty()) reply.kind = Kind::empty;
+  return reply;
+}
+
+Reply read_plan(const Call& call) {
+  TeamworkPlan plan = call.thread.plan;
+  if (plan.goal.empty() && plan.charter.empty()) return {};
+  plan.otherLocalAgents = std::ranges::count_if(
+      call.thread.panes, [&](const Pane& pane) { return pane.seat && &pane != &call.caller; });
+  for (const TeamworkDiscussion& debate : call.thread.debates) {
+    if (!debate.taskID) plan.discussions.push_back(debate_record(debate, call.caller));
+  }
+  return {.kind = Kind::plan, .plan = plan};
+}
+
+Reply set_goal(const Call& call) {
+  call.thread.plan.goal = call.request.body.value_or("");
+  call.thread.plan.goalComplete = call.thread.plan.pendingGoalComplete = false;
+  call.record("goalSet");
+  return written("The goal is set.");
+}
+
+Reply set_charter(const Call& call) {
+  call.thread.plan.charter = call.request.name.value_or("");
+  call.record("charterSet");
+  return written("The charter is set.");
+}
+
+Reply propose_goal_complete(const Call& call) {
+  const auto open = std::ranges::find_if_not(call.thread.tickets, &Ticket::finished);
+  if (open != call.thread.tickets.end()) {
+    return refused(open->id + " is still open. Complete, reject or delete it first.");
+  }
+  call.thread.plan.pendingGoalComplete = !call.thread.plan.goalComplete;
+  call.record("goalProposed");
+  return written(
+      "Proposed. The person confirms it; here that is you: `qv-sandbox person confirm`.");
+}
+
+Reply poll_changes(const Call& call) {
+  return {.kind = Kind::changes, .changes = change_feed(call)};
+}
+
+Reply app_opens_pane(const Call& call) {
+  const auto pid = text::whole_number(call.request.name.value_or(""));
+  const Pane& pane = call.thread.open_pane("", static_cast<pid_t>(pid.value_or(0)));
+  return {.kind = Kind::written, .message = pane.handle, .notice = pane.id};
+}
+
+Reply person_answers(const Call& call) {
+  if (call.task == nullptr || !call.task->blocked) {
+    return refused("No task by that id is blocked. `qv task list` shows which are.");
+  }
+  Ticket& task = *call.task;
+  task.blockerAnswer = call.request.body.value_or("");
+  task.log.push_back("the person answered: " + *task.blockerAnswer);
+  const std::string news = "The person answered " + task.id + ": " + *task.blockerAnswer;
+  const std::string next = "To go on: `qv task update " + task.id + " --blocked false`.";
+  call.record("taskUpdated", {{task.blocked_by, {"blockerAnswered", task.id, news, next}}});
+  return written("Answered " + task.id + ".");
+}
+
+Reply person_confirms(const Call& call) {
+  TeamworkPlan& plan = call.thread.plan;
+  if (!plan.pendingGoalComplete) return refused("Nobody proposed that the goal is complete.");
+  plan.pendingGoalComplete = false;
+  plan.goalComplete = true;
+  call.record("goalCompleted");
+  return written("The goal is complete.");
+}
+
+Reply person_reads_code(const Call& call) { return written(call.thread.join_code); }
 
 constexpr Method kMethods[] = {
-    {"register", Needs::pane, methods::take_seat},
-    {"unregister", Needs::seat, methods::leave},
-    {"heartbeat", Needs::seat, methods::heartbeat},
-    {"list_agents", Needs::pane, methods::list_agents},
-    {"read_plan", Needs::pane, methods::read_plan},
-    {"set_goal", Needs::seat, methods::set_goal},
-    {"set_charter", Needs::seat, methods::set_charter},
-    {"propose_goal_complete", Needs::seat, methods::propose_goal_complete},
-    {"add_task", Needs::seat, methods::add_task},
-    {"list_tasks", Needs::pane, methods::list_tasks},
-    {"read_task", Needs::seat, methods::read_task},
-    {"claim_task", Needs::seat_and_task, methods::claim_task},
-    {"update_task", Needs::seat, methods::update_task},
-    {"complete_task", Needs::seat_and_task, methods::complete_task},
-    {"reject_task", Needs::seat_and_task, methods::reject_task},
-    {"delete_task", Needs::seat_and_task, methods::delete_task},
-    {"release_task", Needs::seat_and_task, methods::release_task},
-    {"watch_task", Needs::seat_and_task, methods::watch_task},
-    {"unwatch_task", Needs::seat_and_task, methods::unwatch_task},
-    {"request_release", Needs::seat_and_task, methods::request_release},
-    {"request_review", Needs::seat_and_task, methods::request_review},
-    {"verify_task", Needs::seat_and_task, methods::verify_task},
-    {"comment_task", Needs::seat_and_task, methods::comment_task},
-    {"assign_task", Needs::seat_and_task, methods::assign_task},
-    {"send_message", Needs::seat, methods::send_message},
-    {"read_messages", Needs::seat, methods::read_messages},
-    {"request_hands", Needs::seat, methods::request_hands},
-    {"stop_helper", Needs::seat, methods::stop_helper},
-    {"suggest_helper", Needs::seat, methods::suggest_helper},
-    {"open_discussion", Needs::seat, methods::open_discussion},
-    {"reply_discussion", Needs::seat, methods::reply_discussion},
-    {"resolve_discussion", Needs::seat, methods::resolve_discussion},
-    {"sandbox_open_pane", Needs::nothing, methods::open_pane},
-    {"sandbox_answer", Needs::nothing, methods::person_answers},
-    {"sandbox_confirm", Needs::nothing, methods::person_completes_goal},
-    {"sandbox_reopen", Needs::nothing, methods::person_reopens_goal},
-    {"sandbox_squad", Needs::nothing, methods::person_switches_squad},
-    {"sandbox_unlock", Needs::nothing, methods::person_unlocks},
-    {"sandbox_code", Needs::nothing, methods::person_reads_code},
+    {"register", Needs::pane, take_seat},
+    {"unregister", Needs::seat, leave},
+    {"heartbeat", Needs::seat, heartbeat},
+    {"list_agents", Needs::pane, list_agents},
+    {"read_plan", Needs::pane, read_plan},
+    {"set_goal", Needs::seat, set_goal},
+    {"set_charter", Needs::seat, set_charter},
+    {"propose_goal_complete", Needs::seat, propose_goal_complete},
+    {"poll_changes", Needs::pane, poll_changes},
+    {"app_opens_pane", Needs::nothing, app_opens_pane},
+    {"person_answer", Needs::nothing, person_answers},
+    {"person_confirm", Needs::nothing, person_confirms},
+    {"person_code", Needs::nothing, person_reads_code},
 };
 
-Pane& nobody() {
-  static Pane pane;
-  return pane;
-}
-
-// What the caller did keeps its lease.
-void renew(const Call& call) {
-  if (!call.caller.seat) return;
-  Seat& seat = *call.caller.seat;
-  seat.lease_until = call.thread.now() + call.thread.lease();
-  seat.warned = false;
-  const bool by_itself =
-      call.request.method == "poll_changes" || call.request.waiting.value_or(false);
-  if (!by_itself) seat.last_command = call.thread.now();
-}
-
-Reply called(const Method& method, const Call& call) {
-  const bool needs_seat = method.needs == Needs::seat || method.needs == Needs::seat_and_task;
-  if (needs_seat && !call.caller.seat) {
-    return refused(
-        "You have no seat on this board, so you can see ticket titles and nothing else. Run `qv "
-        "board register` first.");
+Reply called(const Call& call, bool attributable) {
+  const Method* method = nullptr;
+  for (const auto& methods : {std::span<const Method>(kMethods), task_methods(), peer_methods()}) {
+    const auto found = std::ranges::find(methods, call.request.method, &Method::name);
+    if (found != methods.end()) method = &*found;
   }
-  if (method.needs == Needs::seat_and_task && call.ticket == nullptr) {
-    return refused("There is no task " + call.request.taskID.value_or("without an id") +
-                   " on this board. `qv task list` shows what there is.");
+  if (method == nullptr)
+    return {.kind = Kind::error, .message = "This board knows no such method."};
+  if (method->needs != Needs::nothing && !attributable) {
+    return refused("caller is not attributable to a live pane");
   }
-  renew(call);
-  return method.answer(call);
+  const std::string missing = unmet(method->needs, call);
+  if (!missing.empty()) return refused(missing);
+  if (call.caller.seat) call.thread.seat(call.caller);
+  return method->answer(call);
 }
 
-std::string finished(Reply reply, const Call& call) {
-  reply.threadTag = Thread::kTag;
-  reply.rev = call.thread.rev();
-  if (call.caller.seat) reply.obligations = owed_by(call.thread, call.caller);
-  return record::to_text(reply);
+// Whether a poll has nothing to say yet, and may still wait for it.
+bool is_held(const Call& call, const Reply& reply, Clock::time_point received) {
+  constexpr std::chrono::milliseconds kLongestHold{30'000};  // a client reads for 40 seconds
+  if (!reply.changes || reply.changes->changed || reply.changes->goalComplete) return false;
+  const std::chrono::milliseconds wanted(call.request.holdMs.value_or(0));
+  return call.thread.now < received + std::min(wanted, kLongestHold);
 }
 
 }  // namespace
 
-Answer Board::answer(const std::string& text, Clock::time_point received) {
-  thread_.advance(Clock::now());
+void Call::record(const std::string& kind, std::vector<Wake> wakes, const std::string& news) const {
+  if (task == nullptr) return thread.record(kind, caller.fingerprint, {}, wakes);
+  const auto tell = [&](const std::optional<std::string>& who) {
+    if (!news.empty()) wakes.push_back({who.value_or(""), {"taskWatched", task->id, news, {}}});
+  };
+  for (const TeamworkTaskWatcher& watcher : task->watchers) tell(watcher.fingerprint);
+  tell(task->ownerFingerprint);
+  thread.record(kind, caller.fingerprint, task->id, wakes);
+}
+
+std::vector<std::string> Call::tagged() const {
+  std::vector<std::string> fingerprints;
+  for (const std::string& tag : request.tags.value_or(std::vector<std::string>())) {
+    if (const Pane* pane = thread.seated(tag)) fingerprints.push_back(pane->fingerprint);
+  }
+  return fingerprints;
+}
+
+std::string unmet(Needs needs, const Call& call) {
+  if (needs < Needs::seat) return "";
+  if (!call.caller.seat) {
+    return "You have no seat on this board, so you can see ticket titles and nothing else. Run `qv "
+           "board register` first.";
+  }
+  const TeamworkRequest& request = call.request;
+  std::vector<std::string> named = request.tags.value_or(std::vector<std::string>());
+  for (const auto& name : {request.to, request.routedToFingerprint, request.reviewOfFingerprint}) {
+    if (name) named.push_back(*name);
+  }
+  for (const std::string& name : named) {
+    if (call.thread.seated(name) != nullptr) continue;
+    return "Nobody here answers to " + name + ". `qv board agents` lists who does.";
+  }
+  if (needs < Needs::task) return "";
+  if (call.task == nullptr) {
+    return "There is no task " + request.taskID.value_or("without an id") +
+           " on this board. `qv task list` shows what there is.";
+  }
+  if (needs < Needs::open_task) return "";
+  const Ticket& task = *call.task;
+  const bool own = task.ownerFingerprint == call.caller.fingerprint;
+  if (task.finished()) return task.id + " is " + task.state + " already.";
+  if (task.ownerFingerprint && !own) {
+    return task.id + " is held by " + call.thread.handle_of(*task.ownerFingerprint) +
+           ". Ask for it with `qv task request-release " + task.id +
+           "`, or annotate it with `qv task comment " + task.id + "`.";
+  }
+  if (needs < Needs::own_task || own) return "";
+  return "You do not hold " + task.id + ". Claim it first: `qv task claim " + task.id + "`.";
+}
+
+std::optional<std::string> answer_board(Thread& thread, const std::string& text,
+                                        Clock::time_point received) {
+  thread.advance();
   const auto request = record::from_text<TeamworkRequest>(text);
-  if (!request) return record::to_text(say(Kind::error, "That is not a request a board can read."));
-  if (request->token != token_) return record::to_text(refused("The token is not this board's."));
-
-  Pane* caller = thread_.pane_of(request->sessionID);
-  const Call call{thread_, caller == nullptr ? nobody() : *caller, *request,
-                  request->taskID ? thread_.ticket(*request->taskID) : nullptr};
-  const auto* method = std::ranges::find(kMethods, request->method, &Method::name);
-  const bool is_poll = request->method == "poll_changes";
-  if (!is_poll && method == std::end(kMethods)) {
-    return record::to_text(say(Kind::error, "This board knows no method " + request->method + "."));
+  if (!request || request->token != thread.token) {
+    return record::to_text(refused("That is no request of a pane of this board."));
   }
-  if (caller == nullptr && (is_poll || method->needs != Needs::nothing)) {
-    return record::to_text(refused("caller is not attributable to a live pane"));
-  }
-  if (!is_poll) return finished(called(*method, call), call);
-
-  renew(call);
-  Reply reply;
-  reply.kind = Kind::changes;
-  reply.changes = change_feed(call);
-  const auto hold = std::clamp<std::int64_t>(request->holdMs.value_or(0), 0, kLongestHold);
-  const auto until = received + std::chrono::milliseconds(hold);
-  const bool moved = reply.changes->changed || reply.changes->goalComplete;
-  if (!moved && Clock::now() < until) return Hold{until};
-  return finished(std::move(reply), call);
+  Pane nobody;
+  Pane* pane = thread.pane_of(request->sessionID);
+  const auto peer = request->to                    ? request->to
+                    : request->routedToFingerprint ? request->routedToFingerprint
+                                                   : request->reviewOfFingerprint;
+  const Call call{thread, pane == nullptr ? nobody : *pane, *request,
+                  thread.ticket(request->taskID.value_or("")), thread.seated(peer.value_or(""))};
+  Reply reply = called(call, pane != nullptr);
+  if (is_held(call, reply, received)) return std::nullopt;
+  reply.threadTag = Thread::kTag;
+  reply.rev = thread.rev();
+  if (call.caller.seat) reply.obligations = owed_by(thread, call.caller);
+  return record::to_text(reply);
 }
 
 }  // namespace qv::sandbox

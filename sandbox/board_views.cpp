@@ -1,72 +1,81 @@
 // Records are kept as they are for everybody; what depends on the reader or on the moment is
-// filled in when somebody looks.
+// filled in when somebody looks. A change feed, too, is read off the log each time it is asked
+// for: the moves since a revision, without the reader's own, as far as they concern it.
 
 #include <algorithm>
+#include <array>
 
-#include "board_methods.h"
+#include "board.h"
 
 namespace qv::sandbox {
 
 namespace {
 
-constexpr std::int64_t kHelperLimit = 20;
+// The moves that reach more than those they wake by name and those who wait for their ticket:
+// everybody, whoever waits for the whole board, and of these whoever asked for changes of state.
+constexpr std::array<std::string_view, 2> kForEverybody{"goalSet", "goalCompleted"};
+constexpr std::array<std::string_view, 6> kForThePool{
+    "charterSet", "taskAdded", "taskReleased", "taskCompleted", "taskRejected", "taskDeleted"};
+constexpr std::array<std::string_view, 3> kOfState{"taskClaimed", "taskBlocked", "taskUnblocked"};
 
-std::int64_t seconds_between(Clock::time_point from, Clock::time_point to) {
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(to - from).count();
-  return std::max<std::int64_t>(seconds, 0);
+bool reaches(const Event& event, const Call& call) {
+  const auto among = [&](const auto& kinds) {
+    return std::ranges::find(kinds, event.kind) != kinds.end();
+  };
+  if (among(kForEverybody)) return true;
+  const Pane& self = call.caller;
+  if (self.seat && self.stoodDown && self.seat->waiting_until > call.thread.now) {
+    const Ticket* ticket = call.thread.ticket(event.taskID.value_or(""));
+    return ticket != nullptr && ticket->holders.contains(self.fingerprint);
+  }
+  return among(kForThePool) || (among(kOfState) && call.request.wakeOnStateChanges == true);
 }
 
-bool contains(const std::vector<std::string>& list, const std::string& wanted) {
-  return std::ranges::find(list, wanted) != list.end();
-}
-
-HeldRef held_ref(const Ticket& ticket) {
-  return {ticket.record.id, ticket.lines_since_summary, !ticket.wrote_since_claim};
+void add_to(TeamworkChangeFeed& feed, const Event& event, const Call& call) {
+  feed.changed = true;
+  if (!contains(feed.changeKinds, event.kind)) feed.changeKinds.push_back(event.kind);
+  feed.changes.push_back(event);
+  const Ticket* ticket = call.thread.ticket(event.taskID.value_or(""));
+  if (ticket == nullptr) return;
+  const auto known = std::ranges::find(feed.tasks, ticket->id, &TeamworkTask::id);
+  if (known != feed.tasks.end()) return;
+  feed.tasks.push_back(task_record(call.thread, *ticket, call.caller));
 }
 
 }  // namespace
 
 TeamworkAgent agent_record(const Thread& thread, const Pane& pane, const Pane& reader) {
-  const Seat& seat = *pane.seat;
-  TeamworkAgent agent;
-  agent.id = pane.session;
-  agent.fingerprint = pane.fingerprint;
-  agent.handle = pane.handle;
-  agent.name = seat.name;
-  agent.role = seat.role;
-  agent.status = seat.status;
-  agent.leaseSecondsRemaining = seconds_between(thread.now(), seat.lease_until);
+  TeamworkAgent agent = pane;
+  agent.leaseSecondsRemaining = seconds_between(thread.now, pane.seat->lease_until);
   agent.isSelf = &pane == &reader;
-  agent.idle = seat.waiting_until > thread.now();
-  agent.stoodDown = agent.idle && seat.stood_down;
+  agent.idle = pane.seat->waiting_until > thread.now;
+  agent.stoodDown = agent.idle && pane.stoodDown;
   agent.canVerify = true;
   agent.activeClaims = std::ranges::count_if(thread.tickets, [&](const Ticket& ticket) {
-    return ticket.record.ownerFingerprint == pane.fingerprint;
+    return ticket.ownerFingerprint == pane.fingerprint;
   });
-  agent.quietForSeconds = seconds_between(seat.last_command, thread.now());
   return agent;
 }
 
 TeamworkTask task_record(Thread& thread, const Ticket& ticket, const Pane& reader) {
-  TeamworkTask task = ticket.record;
-  std::vector<std::string> unresolved;
+  TeamworkTask task = ticket;
+  task.unresolvedWaitsOn.emplace();
   for (const std::string& id : task.waitsOn) {
-    if (!thread.is_resolved(id)) unresolved.push_back(id);
+    const Ticket* other = thread.ticket(id);
+    if (other != nullptr && !other->finished()) task.unresolvedWaitsOn->push_back(id);
   }
-  task.ready = task.state == "open" && unresolved.empty() && !task.blocked && !task.parkedReason;
-  task.unresolvedWaitsOn = std::move(unresolved);
-  task.routedToLive = task.routedToFingerprint && thread.seated(*task.routedToFingerprint);
+  task.ready = task.state == "open" && task.unresolvedWaitsOn->empty() && !task.blocked &&
+               !task.parkedReason;
+  task.routedToLive = thread.seated(task.routedToFingerprint.value_or("")) != nullptr;
   if (const Pane* holder = thread.seated(task.ownerFingerprint.value_or(""))) {
-    task.claimLeaseSecondsRemaining = seconds_between(thread.now(), holder->seat->lease_until);
+    task.claimLeaseSecondsRemaining = seconds_between(thread.now, holder->seat->lease_until);
   }
   if (!ticket.reports_to.empty()) task.reportsToHandle = thread.handle_of(ticket.reports_to);
   task.mentionsYou = ticket.mentions.contains(reader.fingerprint);
   for (const TeamworkDiscussion& debate : thread.debates) {
     if (debate.taskID != task.id) continue;
     task.discussions.push_back(debate_record(debate, reader));
-    if (debate.state != "open") continue;
-    ++task.openDiscussions;
-    if (debate.escalated) ++task.escalatedDiscussions;
+    if (debate.state == "open") ++task.openDiscussions;
   }
   if (!reader.seat) {
     task.body.clear();
@@ -76,62 +85,62 @@ TeamworkTask task_record(Thread& thread, const Ticket& ticket, const Pane& reade
   return task;
 }
 
-TeamworkDiscussion debate_record(const TeamworkDiscussion& debate, const Pane& reader) {
-  TeamworkDiscussion shown = debate;
-  shown.yourTurn = contains(debate.owingParties, reader.fingerprint);
-  return shown;
+TeamworkDiscussion debate_record(TeamworkDiscussion debate, const Pane& reader) {
+  debate.yourTurn = contains(debate.owingParties, reader.fingerprint);
+  return debate;
 }
 
-TeamworkObligations owed_by(Thread& thread, const Pane& reader) {
+TeamworkObligations owed_by(const Thread& thread, const Pane& reader) {
   const std::string& self = reader.fingerprint;
   TeamworkObligations owed;
   for (const TeamworkDiscussion& debate : thread.debates) {
-    if (debate.state != "open") continue;
+    if (debate.owingParties.empty()) continue;
     const bool mine = contains(debate.owingParties, self);
-    const bool spoke = debate.volleys.empty() ? debate.openedBy == self
-                                              : debate.volleys.back().author == reader.handle;
-    const std::string other = mine ? thread.handle_of(debate.openedBy)
-                              : debate.owingParties.empty()
-                                  ? ""
-                                  : thread.handle_of(debate.owingParties.front());
-    const DebateRef ref{debate.id, debate.taskID, debate.question, other};
+    const bool in_it = debate.openedBy == self || contains(debate.addressedTo, self);
+    const std::string& other = mine ? debate.openedBy : debate.owingParties.front();
+    const DebateRef ref{debate.id, debate.taskID, debate.question, thread.handle_of(other)};
     if (mine) owed.oweReply.push_back(ref);
-    if (!mine && spoke && !debate.owingParties.empty()) owed.awaitingReply.push_back(ref);
+    if (in_it && !mine) owed.awaitingReply.push_back(ref);
   }
-  for (const Ticket& ticket : thread.tickets) {
-    const TeamworkTask& task = ticket.record;
-    if (ticket.finished()) continue;
-    if (ticket.mentions.contains(self)) owed.mentionsToAnswer.push_back(task.id);
-    if (task.blocked && ticket.blocked_by == self) owed.yourBlockersOpen.push_back(task.id);
+  for (const Ticket& task : thread.tickets) {
+    if (task.finished()) continue;
+    if (task.mentions.contains(self)) owed.mentionsToAnswer.push_back(task.id);
+    if (task.blocked && task.blocked_by == self) owed.yourBlockersOpen.push_back(task.id);
     if (task.ownerFingerprint != self) continue;
     owed.tasksHeld.push_back(task.id);
-    if (ticket.lines_since_summary >= 3) owed.staleSummaries.push_back(held_ref(ticket));
-    if (task.pendingReleaseReason) {
-      owed.releaseAsks.push_back(
-          {task.id, thread.handle_of(ticket.release_asked_by), *task.pendingReleaseReason});
-    }
+    if (!task.pendingReleaseReason) continue;
+    owed.releaseAsks.push_back(
+        {task.id, thread.handle_of(task.release_asked_by), *task.pendingReleaseReason});
   }
   owed.clear = owed.oweReply.empty() && owed.mentionsToAnswer.empty() && owed.tasksHeld.empty() &&
                owed.yourBlockersOpen.empty();
   return owed;
 }
 
-TeamworkSquadState squad_record(const Thread& thread) {
-  TeamworkSquadState squad;
-  squad.mode = thread.squad_on ? "on" : "off";
-  squad.canAddress = thread.squad_on;
-  squad.canSpawn = thread.squad_on;
-  squad.helperLimit = kHelperLimit;
-  squad.helpersRunning = static_cast<std::int64_t>(thread.helpers.size());
-  squad.helpers.emplace();
-  if (thread.squad_on) {
-    squad.helpers->push_back({.name = "pretender",
-                              .explanation = "only pretends: it claims the ticket and completes it "
-                                             "two seconds later, for practice",
-                              .runsWithoutApprovals = true,
-                              .quorvelTools = true});
+TeamworkChangeFeed change_feed(const Call& call) {
+  const Thread& thread = call.thread;
+  const std::string& self = call.caller.fingerprint;
+  const auto& scope = call.request.taskIDs;
+  const std::int64_t since = call.request.sinceRev.value_or(0);
+  TeamworkChangeFeed feed;
+  feed.rev = thread.rev();
+  feed.goal = thread.plan.goal;
+  feed.goalComplete = thread.plan.goalComplete;
+  feed.pendingGoalComplete = thread.plan.pendingGoalComplete;
+  for (const Event& event : thread.events) {
+    if (event.rev <= since || event.actor == self) continue;
+    if (scope && !contains(*scope, event.taskID.value_or(""))) continue;
+    const auto wake = std::ranges::find(event.wakes, self, &Wake::fingerprint);
+    const bool called = wake != event.wakes.end();
+    // Who asks for the first time wants to know where the board is, not how it got there.
+    const bool heard = since > 0 && (scope || reaches(event, call));
+    if (called) feed.wakeReasons.push_back(wake->reason);
+    if (called || heard) add_to(feed, event, call);
   }
-  return squad;
+  for (const Letter& letter : call.caller.inbox) {
+    if (!scope && letter.rev > since) feed.messages.push_back(letter.message);
+  }
+  return feed;
 }
 
 }  // namespace qv::sandbox

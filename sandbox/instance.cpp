@@ -1,96 +1,47 @@
 #include "instance.h"
 
-#include <dirent.h>
-#include <signal.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
+#include <utility>
+#include <vector>
 
 #include "base/files.h"
-#include "base/text.h"
+#include "base/output.h"
+#include "bridge/transport.h"
 #include "broker.h"
-#include "platform/paths.h"
 
 namespace qv::sandbox {
 
 namespace {
 
-constexpr std::string_view kPrefix = "qv-sandbox-";
-constexpr std::size_t kLongestSocketPath = 103;
+// Not the user's own temporary directory: on macOS a socket's path would be too long there.
+constexpr std::string_view kPrefix = "/tmp/qv-sandbox-";
 
-std::string outside_support(const std::string& directory) {
-  return directory + "/home/Library/Application Support";
-}
-
-// The temporary directory, unless the longest path in a sandbox there could not be a
-// socket's.
-std::string root() {
-  const std::string temporary = platform::temporary_directory();
-  const std::string longest =
-      outside_support(temporary + "/" + std::string(kPrefix) + "4194304-XXXXXX") +
-      "/Quorvel-0/teamwork-4194304.sock";
-  return longest.size() <= kLongestSocketPath ? temporary : "/tmp";
-}
-
-pid_t owner_of(std::string_view name) {
-  if (!name.starts_with(kPrefix)) return 0;
-  name.remove_prefix(kPrefix.size());
-  return static_cast<pid_t>(text::whole_number(name.substr(0, name.find('-'))).value_or(0));
-}
-
-bool is_running(pid_t pid) { return ::kill(pid, 0) == 0 || errno == EPERM; }
-
-// Every sandbox directory of this user, of the living and the dead.
-std::vector<Instance> instances() {
-  std::vector<Instance> found;
-  const std::string base = root();
-  const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(base.c_str()), ::closedir);
-  if (!listing) return found;
-  while (const dirent* entry = ::readdir(listing.get())) {
-    const pid_t owner = owner_of(entry->d_name);
-    const std::string directory = base + "/" + entry->d_name;
-    if (owner > 0 && files::is_own_directory(directory)) found.push_back({directory, owner});
-  }
-  return found;
-}
-
-// A home in which the sandbox is the one instance that discovery finds.
-bool furnish_outside(const Instance& instance) {
-  const std::string support = outside_support(instance.directory);
-  return files::make_private_directories(support) &&
-         ::symlink(instance.directory.c_str(), (support + "/Quorvel-0").c_str()) == 0;
+std::string app_directory(const std::string& home) {
+  return home + "/Library/Application Support/Quorvel";
 }
 
 }  // namespace
 
-std::string Instance::socket(std::string_view bridge) const {
-  return directory + "/" + std::string(bridge) + "-" + std::to_string(owner) + ".sock";
+std::string Instance::file(const std::string& bridge, const std::string& extension) const {
+  return app_directory(home) + "/" + bridge + "-0." + extension;
 }
 
-std::string Instance::token_file(std::string_view bridge) const {
-  return directory + "/" + std::string(bridge) + "-" + std::to_string(owner) + ".token";
-}
+std::string Instance::broker() const { return app_directory(home) + "/quorvel-secret"; }
 
-std::string Instance::outside_home() const { return directory + "/home"; }
-
-std::string Instance::broker() const { return directory + "/" + kBrokerName; }
-
-std::optional<Instance> create_instance(const std::string& program) {
-  for (const Instance& dead : instances()) {
-    if (!is_running(dead.owner)) remove_instance(dead);
-  }
-  std::string path = root() + "/" + std::string(kPrefix) + std::to_string(::getpid()) + "-XXXXXX";
-  if (::mkdtemp(path.data()) == nullptr) return std::nullopt;
-  const Instance instance{path, ::getpid()};
-  const bool furnished = files::replace(instance.token_file("teamwork"), random_hex(32) + "\n") &&
-                         files::replace(instance.token_file("mcp"), random_hex(32) + "\n") &&
-                         furnish_outside(instance) &&
-                         ::symlink(program.c_str(), instance.broker().c_str()) == 0;
+std::optional<Instance> create_instance(const std::string& token) {
+  std::string home = std::string(kPrefix) + "XXXXXX";
+  if (::mkdtemp(home.data()) == nullptr) return std::nullopt;
+  const Instance instance{home};
+  const bool furnished = files::make_private_directories(app_directory(home)) &&
+                         files::replace(instance.file("teamwork", "token"), token) &&
+                         files::replace(instance.file("mcp", "token"), token) &&
+                         files::replace(instance.broker(), kBroker) &&
+                         ::chmod(instance.broker().c_str(), 0700) == 0;
   if (furnished) return instance;
   remove_instance(instance);
   return std::nullopt;
@@ -98,23 +49,52 @@ std::optional<Instance> create_instance(const std::string& program) {
 
 void remove_instance(const Instance& instance) {
   std::error_code ignored;
-  std::filesystem::remove_all(instance.directory, ignored);
+  std::filesystem::remove_all(instance.home, ignored);
 }
 
-std::vector<Instance> running_instances() {
+std::optional<Instance> running_instance() {
   std::vector<Instance> running;
-  for (const Instance& instance : instances()) {
-    if (is_running(instance.owner)) running.push_back(instance);
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator("/tmp", ignored)) {
+    const Instance found{entry.path().string()};
+    const bool own = found.home.starts_with(kPrefix) && files::is_own_directory(found.home);
+    if (own && BridgeTransport::is_live(found.file("teamwork", "sock"))) running.push_back(found);
   }
-  return running;
+  const char* named = std::getenv("QV_SANDBOX");
+  const auto is_other = [&](const Instance& each) { return each.home != named; };
+  if (named != nullptr) std::erase_if(running, is_other);
+  if (running.size() == 1) return running.front();
+  complain(running.empty() ? "no sandbox is running here. Start one with `qv-sandbox`."
+                           : "several are running. Name one with QV_SANDBOX=/tmp/qv-sandbox-...");
+  return std::nullopt;
+}
+
+void enter_pane(const Instance& instance, const std::string& session) {
+  constexpr std::pair<const char*, const char*> kBridges[] = {
+      {"QUORVEL_COLLAB", "teamwork"}, {"QUORVEL_MCP", "mcp"}, {"QUORVEL_VAULT", "vault"}};
+  const auto set = [](const std::string& name, const std::string& value) {
+    ::setenv(name.c_str(), value.c_str(), 1);
+  };
+  for (const auto& [name, bridge] : kBridges) {
+    set(std::string(name) + "_SOCKET", instance.file(bridge, "sock"));
+    set(std::string(name) + "_TOKEN_FILE", instance.file(bridge, "token"));
+    ::unsetenv((std::string(name) + "_TOKEN").c_str());
+  }
+  set("QUORVEL_SECRET_BIN", instance.broker());
+  set("QUORVEL_SESSION_ID", session);
+  set("QV_SANDBOX", instance.home);
 }
 
 std::string random_hex(std::size_t digits) {
   std::string bytes(digits, '\0');
-  if (::getentropy(bytes.data(), bytes.size()) != 0)
-    std::abort();  // no token is better than a known one
+  // No token at all is better than one that can be guessed.
+  if (::getentropy(bytes.data(), bytes.size()) != 0) std::abort();
   for (char& byte : bytes) byte = "0123456789abcdef"[static_cast<unsigned char>(byte) % 16];
   return bytes;
+}
+
+void complain(const std::string& sentence) {
+  OutputStream(2).write_line("qv-sandbox: " + sentence);
 }
 
 }  // namespace qv::sandbox

@@ -1,13 +1,19 @@
 // qv-sandbox lets qv be used, shown and tested without the desktop app. It serves the app's
-// bridges from memory and starts a command in the environment of a pane; further panes join
-// from other terminals. It is one process and one private directory, and both are gone when
-// its command ends.
+// bridges from memory, beside a command in the environment of a pane; further panes join from
+// other terminals. The process that was started becomes the command, so that terminal, signals
+// and exit status are the command's own; another one serves, and when the command is gone it
+// removes its private directory and ends.
 
-#include <poll.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,25 +21,19 @@
 #include "base/files.h"
 #include "base/io.h"
 #include "base/output.h"
+#include "base/process.h"
 #include "base/text.h"
-#include "board.h"
+#include "board/request.h"
 #include "bridge/token.h"
-#include "broker.h"
-#include "client.h"
-#include "command.h"
+#include "bridge/transport.h"
+#include "cli/exit_code.h"
 #include "instance.h"
-#include "notes.h"
-#include "pane.h"
 #include "server.h"
 #include "thread.h"
 
 namespace qv::sandbox {
 
 namespace {
-
-constexpr int kUsage = 2;
-constexpr int kNotRunning = 3;
-constexpr std::chrono::seconds kLease{600};
 
 constexpr std::string_view kHelp =
     R"(qv-sandbox: a practice app for qv. It is not Quorvel: it keeps one Thread in memory, and forgets
@@ -44,113 +44,137 @@ USAGE
       start a sandbox, and in it a pane that runs your shell or the command
   qv-sandbox pane [-- <command> ...]
       open another pane of the sandbox that is running
-  qv-sandbox outside [-- <command> ...]
-      be an agent outside of it, with a home of its own: the place to try `qv join`
-  qv-sandbox person answer <task> <text>
-  qv-sandbox person confirm | reopen
-  qv-sandbox person squad on | off
-  qv-sandbox person unlock <note>
-  qv-sandbox person code
+  qv-sandbox person answer <task> <text> | confirm | code
       do what only the person at the app can do: answer a blocker, confirm that the goal is
-      complete or open it again, switch the squad, unlock a note, see the join code
+      complete, see the join code
 
-With several sandboxes running, QV_SANDBOX says which is meant; inside a pane it is set.
+Inside a pane QV_SANDBOX names the sandbox. It is also a home in which the sandbox is the app
+that runs, so this makes an agent from outside, for which `qv join` is meant:
+
+  env -i PATH="$PATH" HOME="$QV_SANDBOX" QUORVEL_SESSION_ID=visitor sh
+
 The exit status is the command's. --lease is how long a seat lasts without a sign of life
 (600 seconds).)";
 
-struct Arguments {
-  std::vector<std::string> words;    // before "--"
-  std::vector<std::string> command;  // after it; the shell without one
-};
+volatile sig_atomic_t g_ended = 0;
 
-Arguments split(const std::vector<std::string>& all) {
-  const auto dashes = std::ranges::find(all, "--");
-  Arguments arguments{{all.begin(), dashes}, {}};
-  if (dashes != all.end()) arguments.command.assign(dashes + 1, all.end());
-  if (arguments.command.empty()) arguments.command = shell();
-  return arguments;
-}
-
-// Sleeps, but hangs up like a terminal whose app has quit once the sandbox is gone.
-Meanwhile while_running(const Instance& instance) {
-  return [directory = instance.directory](int interrupt, int milliseconds) {
-    constexpr int kLookMilliseconds = 300;
-    pollfd watched{interrupt, POLLIN, 0};
-    ::poll(&watched, 1, milliseconds < 0 ? kLookMilliseconds : milliseconds);
-    if (!files::exists(directory)) ::raise(SIGHUP);
-  };
-}
-
-int start(const std::vector<std::string>& command, std::chrono::seconds lease,
-          const std::string& program) {
-  hold_endings();
-  const auto instance = create_instance(program);
-  if (!instance) {
-    complain("no private directory could be made in the temporary directory.");
-    return kNotRunning;
+// Runs until the first pane has closed. The other panes hang up then, like terminals whose app
+// has quit.
+[[noreturn]] void serve(Thread& thread, Server& server, const Instance& instance) {
+  ::setsid();
+  for (int fd = 0; fd <= 2; ++fd) ::close(fd);
+  io::occupy_standard_descriptors();
+  for (const int number : {SIGTERM, SIGINT, SIGHUP}) ::signal(number, [](int) { g_ended = 1; });
+  ::signal(SIGPIPE, SIG_IGN);
+  while (g_ended == 0 && !thread.panes.front().id.empty()) {
+    server.serve();
+    thread.advance();
   }
-  Thread thread(lease);
-  Board board(thread, bridge_token(instance->token_file("teamwork"), ""));
-  Notes notes(thread, bridge_token(instance->token_file("mcp"), ""));
+  remove_instance(instance);
+  for (const Pane& pane : thread.panes) {
+    if (pane.pid > 0 && !pane.id.empty()) ::kill(pane.pid, SIGHUP);
+  }
+  ::_exit(0);
+}
+
+// From here on this process is the command. Gives a status when it cannot be.
+int become(std::vector<std::string> command) {
+  constexpr int kNotStarted = 127;
+  const std::vector<char*> words = process::pointers_to(command);
+  ::execvp(words[0], words.data());
+  complain("could not start " + command[0] + ": " + std::strerror(errno) + ".");
+  return kNotStarted;
+}
+
+int start(const std::vector<std::string>& command, Thread thread) {
+  const auto instance = create_instance(thread.token);
   Server server;
-  int status = kNotRunning;
-  if (server.listen(instance->socket("teamwork"), board) &&
-      server.listen(instance->socket("mcp"), notes)) {
-    const Pane& pane = thread.open_pane("", ::getpid());
-    complain("a practice app, not Quorvel: one Thread, kept in memory while this command runs.");
-    complain("this is pane " + pane.handle + ". `qv-sandbox pane` opens another one; join code " +
-             thread.join_code + ".");
-    status = run_command(
-        command, pane_variables(*instance, pane.session, program),
-        [&](int interrupt, int milliseconds) { server.serve(interrupt, milliseconds); });
-  } else {
-    complain("no socket could be opened in " + instance->directory + ".");
+  const auto serves = [&](const char* bridge, auto answer) {
+    return server.listen(instance->file(bridge, "sock"), std::bind_front(answer, std::ref(thread)));
+  };
+  if (!instance || !serves("teamwork", answer_board) || !serves("mcp", answer_notes)) {
+    complain("no private directory with sockets could be made in /tmp.");
+    if (instance) remove_instance(*instance);
+    return status_of(ExitCode::unavailable);
   }
-  remove_instance(*instance);
-  return status;
+  const Pane& pane = thread.open_pane("", ::getpid());
+  complain("a practice app, not Quorvel: one Thread, kept in memory while this command runs.");
+  complain("this is pane " + pane.handle + ". `qv-sandbox pane` opens another one; join code " +
+           thread.join_code + ".");
+  enter_pane(*instance, pane.id);
+  // A grandchild, so that the command has no child that it does not know.
+  const pid_t child = ::fork();
+  if (child == 0 && ::fork() == 0) serve(thread, server, *instance);
+  if (child == 0) ::_exit(0);
+  ::waitpid(child, nullptr, 0);
+  return become(command);
 }
 
-int join(const std::vector<std::string>& command, const Instance& instance,
-         const std::string& program) {
-  hold_endings();
-  TeamworkRequest request = app_request("sandbox_open_pane");
-  request.name = std::to_string(::getpid());
-  const auto reply = ask(instance, request);
-  if (!reply || !reply->message || !reply->notice) {
-    complain("the sandbox does not answer.");
-    return kNotRunning;
-  }
-  complain("pane " + *reply->message + " of the practice app.");
-  return run_command(command, pane_variables(instance, *reply->notice, program),
-                     while_running(instance));
+// Asks the board for something that no command of qv asks for.
+TeamworkResponse ask(const Instance& instance, TeamworkRequest request) {
+  request.token = bridge_token(instance.file("teamwork", "token"), "");
+  const auto bytes =
+      BridgeTransport::exchange(record::to_text(request), instance.file("teamwork", "sock"));
+  const auto reply = bytes ? record::from_text<TeamworkResponse>(bytes->view()) : std::nullopt;
+  return reply.value_or(TeamworkResponse{.message = "The sandbox does not answer."});
 }
 
-int run(const std::vector<std::string>& all, const std::string& program) {
-  const Arguments arguments = split(all);
-  const auto& words = arguments.words;
+int open_pane(const Instance& instance, const std::vector<std::string>& command) {
+  const TeamworkResponse reply =
+      ask(instance, {.method = "app_opens_pane", .name = std::to_string(::getpid())});
+  if (!reply.notice) {
+    complain("no pane could be opened: " + reply.message.value_or(""));
+    return status_of(ExitCode::unavailable);
+  }
+  complain("pane " + *reply.message + " of the practice app.");
+  enter_pane(instance, *reply.notice);
+  return become(command);
+}
+
+// `words`: the deed, and for an answer the task and the text.
+int person(const Instance& instance, std::vector<std::string> words) {
+  words.resize(3);
+  const TeamworkResponse reply =
+      ask(instance, {.method = "person_" + words[0], .taskID = words[1], .body = words[2]});
+  const bool done = reply.kind == TeamworkResponse::Kind::written;
+  OutputStream(done ? 1 : 2).write_line(reply.message.value_or(""));
+  return status_of(done ? ExitCode::ok : ExitCode::refused);
+}
+
+int run(const std::vector<std::string>& arguments) {
+  const auto dashes = std::ranges::find(arguments, "--");
+  const std::vector<std::string> words(arguments.begin(), dashes);
+  std::vector<std::string> command(dashes, arguments.end());
+  if (!command.empty()) command.erase(command.begin());
+  const char* shell = std::getenv("SHELL");
+  if (command.empty()) command.emplace_back(shell == nullptr ? "/bin/sh" : shell);
   const std::string first = words.empty() ? "" : words[0];
-  if (std::ranges::find(words, "--help") != words.end() || first == "-h") {
+  if (first == "-h" || std::ranges::find(words, "--help") != words.end()) {
     OutputStream(1).write_line(kHelp);
     return 0;
   }
-  if (words.empty()) return start(arguments.command, kLease, program);
-  if (first == "--lease") {
-    const auto seconds = text::whole_number(words.size() == 2 ? words[1] : "");
-    if (seconds && *seconds > 0)
-      return start(arguments.command, std::chrono::seconds(*seconds), program);
-    complain("--lease needs a positive number of seconds.");
-    return kUsage;
+  if (first.empty()) return start(command, {});
+  const auto seconds = text::whole_number(words.size() == 2 ? words[1] : "");
+  if (first == "--lease" && seconds > 0) {
+    return start(command, {.lease = std::chrono::seconds(*seconds)});
   }
-  if (first != "pane" && first != "outside" && first != "person") {
-    complain("unknown word \"" + first + "\". Run `qv-sandbox --help`.");
-    return kUsage;
+  if (first != "pane" && first != "person") {
+    complain("that is not how it is used. Run `qv-sandbox --help`.");
+    return status_of(ExitCode::usage);
   }
-  const auto instance = chosen_instance();
-  if (!instance) return kNotRunning;
-  if (first == "person") return person(*instance, {words.begin() + 1, words.end()});
-  if (first == "pane") return join(arguments.command, *instance, program);
-  return run_command(arguments.command, outside_variables(*instance, program),
-                     while_running(*instance));
+  const auto instance = running_instance();
+  if (!instance) return status_of(ExitCode::unavailable);
+  return first == "pane" ? open_pane(*instance, command)
+                         : person(*instance, {words.begin() + 1, words.end()});
+}
+
+// Whoever started this program by its path finds it, and the qv beside it, in its panes.
+void put_beside_first(const std::string& program) {
+  const char* path = std::getenv("PATH");
+  if (program.find('/') == std::string::npos) return;
+  std::error_code ignored;
+  const auto directory = std::filesystem::canonical(files::directory_of(program), ignored);
+  ::setenv("PATH", (directory.string() + ":" + (path == nullptr ? "" : path)).c_str(), 1);
 }
 
 }  // namespace
@@ -159,10 +183,6 @@ int run(const std::vector<std::string>& all, const std::string& program) {
 
 int main(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
-  const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-  if (argc > 0 && qv::files::name_of(argv[0]) == qv::sandbox::kBrokerName) {
-    return qv::sandbox::run_broker(arguments);
-  }
-  const std::string program = qv::sandbox::program_path(argc > 0 ? argv[0] : "");
-  return qv::sandbox::run(arguments, program);
+  if (argc > 0) qv::sandbox::put_beside_first(argv[0]);
+  return qv::sandbox::run({argv + std::min(argc, 1), argv + argc});
 }

@@ -1,67 +1,46 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <list>
+#include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "base/descriptor.h"
 
 namespace qv::sandbox {
 
-// A request that cannot be answered yet: it is asked again after every other request, and for
-// the last time at `until`.
-struct Hold {
-  std::chrono::steady_clock::time_point until;
-};
-using Answer = std::variant<std::string, Hold>;
-
-class Bridge {
- public:
-  virtual ~Bridge() = default;
-  // The reply to one request, without line feeds. `received` is when the request was whole.
-  [[nodiscard]] virtual Answer answer(const std::string& request,
-                                      std::chrono::steady_clock::time_point received) = 0;
-};
-
-// Serves bridges on their sockets, all on the caller's thread: no client, however slow or
-// silent, keeps another one waiting.
+// Serves bridges on their sockets, all on the caller's thread.
 class Server {
  public:
-  // Listens at `path`, which is then the user's alone. False when it cannot.
-  [[nodiscard]] bool listen(const std::string& path, Bridge& bridge);
+  using Clock = std::chrono::steady_clock;
 
-  // Serves until `interrupt` can be read or the time has passed (forever when negative).
-  void serve(int interrupt, int milliseconds);
+  // The reply to one request, without line feeds. While there is none yet it is asked again,
+  // always with the moment at which the request was whole.
+  using Bridge = std::function<std::optional<std::string>(const std::string& request,
+                                                          Clock::time_point received)>;
+
+  // Listens at `path`, which is then the user's alone. False when it cannot.
+  [[nodiscard]] bool listen(const std::string& path, Bridge bridge);
+
+  // Waits a moment for something to happen, and serves what did.
+  void serve();
 
  private:
-  using TimePoint = std::chrono::steady_clock::time_point;
-
   struct Listener {
     Descriptor socket;
-    Bridge* bridge;
+    Bridge bridge;
   };
-  struct Connection {
+  struct Exchange {
     Descriptor socket;
-    Bridge* bridge;
-    TimePoint since;      // when it was opened, then of its last progress
-    std::string bytes{};  // what came in, then what goes out
-    std::size_t sent = 0;
-    enum class Stage { reading, held, writing, over } stage = Stage::reading;
-    TimePoint until{};  // of a held request
+    const Bridge* bridge;
+    std::string request;
+    Clock::time_point received;
   };
 
-  void accept_from(const Listener& listener);
-  void receive(Connection& connection);
-  void answer(Connection& connection);
-  void answer_held();
-  void send(Connection& connection);
-  void drop_silent();
-  [[nodiscard]] int patience(int milliseconds) const;
-
-  std::vector<Listener> listeners_;
-  std::list<Connection> connections_;
+  std::list<Listener> listeners_;
+  std::vector<Exchange> pending_;
 };
 
 }  // namespace qv::sandbox

@@ -62,7 +62,8 @@ first_pane() {
   run 'qv secret exec PRACTICE_API_KEY -- wc -c {PRACTICE_API_KEY}'
 
   say "An agent that no pane was opened for is admitted with the code on the person's screen."
-  qv-sandbox outside -- scripts/demo.sh --outside "$(qv-sandbox person code)" | beside
+  env -i PATH="$PATH" HOME="$QV_SANDBOX" QUORVEL_SESSION_ID=visitor \
+    scripts/demo.sh --outside "$(qv-sandbox person code)" | beside
 
   say "A script reads the same board as JSON."
   run 'qv board plan --json'
