@@ -79,12 +79,14 @@ void Server::serve() {
       pending_.push_back({std::move(socket), &bridge, *std::move(request), Clock::now()});
     }
   }
-  // What one asks may be what another one waits for.
-  std::erase_if(pending_, [](const Exchange& exchange) {
+  // What one asks may be what another one waits for, so all are looked at again after an answer.
+  const auto answered = [](const Exchange& exchange) {
     const auto reply = (*exchange.bridge)(exchange.request, exchange.received);
     if (reply) send_all(exchange.socket, *reply + "\n");
     return reply.has_value();
-  });
+  };
+  while (std::erase_if(pending_, answered) > 0) {
+  }
 }
 
 }  // namespace qv::sandbox
