@@ -18,6 +18,7 @@ bool OutputStream::write_line(std::string_view text) {
     visible = text::with_visible_controls(text);
     text = visible;
   }
+  const io::FileSizeSignalIgnored from_here;
   char line_feed = '\n';
   iovec parts[2] = {{const_cast<char*>(text.data()), text.size()}, {&line_feed, 1}};
   const ssize_t count = ::writev(fd_, parts, 2);
