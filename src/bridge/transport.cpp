@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "base/descriptor.h"
+#include "platform/clock.h"
 #include "platform/memory.h"
 #include "platform/sockets.h"
 
@@ -44,14 +45,51 @@ bool connect_to(const Descriptor& connection, const std::string& path) {
   return true;
 }
 
-void set_timeout(const Descriptor& connection, int option, std::int64_t seconds) {
+void set_timeout(const Descriptor& connection, int option, double seconds) {
   timeval limit{};
   limit.tv_sec = static_cast<time_t>(seconds);
+  limit.tv_usec = static_cast<suseconds_t>((seconds - static_cast<double>(limit.tv_sec)) * 1e6);
+  if (limit.tv_sec == 0 && limit.tv_usec == 0) limit.tv_usec = 1;  // zero would be no limit
   ::setsockopt(connection.get(), SOL_SOCKET, option, &limit, sizeof limit);
 }
 
-bool send_all(const Descriptor& connection, std::string_view bytes) {
+// The time an exchange may take. Where the whole of it is limited, no single call may block
+// for longer than what is left.
+class Patience {
+ public:
+  explicit Patience(const Options& options) : options_(options) {
+    if (options.wholeExchangeSeconds) {
+      end_ = platform::monotonic_seconds() + *options.wholeExchangeSeconds;
+    }
+  }
+
+  void begin(const Descriptor& connection) const {
+    for (const int option : {SO_RCVTIMEO, SO_SNDTIMEO}) {
+      set_timeout(connection, option, usual(option));
+    }
+  }
+
+  // Before each call that may block on this time-out; false when no time is left for it.
+  [[nodiscard]] bool allows(const Descriptor& connection, int option) const {
+    if (!end_) return true;
+    const double left = *end_ - platform::monotonic_seconds();
+    if (left > 0) set_timeout(connection, option, std::min(usual(option), left));
+    return left > 0;
+  }
+
+ private:
+  [[nodiscard]] double usual(int option) const {
+    return static_cast<double>(option == SO_RCVTIMEO ? options_.readTimeoutSeconds
+                                                     : options_.writeTimeoutSeconds);
+  }
+
+  const Options& options_;
+  std::optional<double> end_;
+};
+
+bool send_all(const Descriptor& connection, const Patience& patience, std::string_view bytes) {
   while (!bytes.empty()) {
+    if (!patience.allows(connection, SO_SNDTIMEO)) return false;
     const ssize_t count =
         ::send(connection.get(), bytes.data(), bytes.size(), platform::send_flags());
     if (count > 0) {
@@ -66,7 +104,8 @@ bool send_all(const Descriptor& connection, std::string_view bytes) {
 // Reads straight into the buffer that becomes the reply. Most replies fit its first size;
 // for the others it is made large enough for any, of which the system hands out only what
 // is really written.
-std::optional<Reply> receive(const Descriptor& connection, const Options& options) {
+std::optional<Reply> receive(const Descriptor& connection, const Patience& patience,
+                             const Options& options) {
   constexpr std::size_t kUsualSize = 64 * 1024;
   constexpr std::size_t kMemoryPerReplyByte = 6;  // with all that is made of it
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
@@ -80,6 +119,7 @@ std::optional<Reply> receive(const Descriptor& connection, const Options& option
       std::memcpy(larger.get(), reply.bytes.get(), reply.size);
       reply.bytes = std::move(larger);
     }
+    if (!patience.allows(connection, SO_RCVTIMEO)) return std::nullopt;
     char* const start = reply.bytes.get() + reply.size;
     const ssize_t count = ::recv(connection.get(), start, capacity - reply.size, 0);
     if (count < 0) {
@@ -94,12 +134,13 @@ std::optional<Reply> receive(const Descriptor& connection, const Options& option
   }
 }
 
-bool receive_in_pieces(const Descriptor& connection, const Options& options,
-                       const std::function<void(std::string_view)>& take) {
+bool receive_in_pieces(const Descriptor& connection, const Patience& patience,
+                       const Options& options, const std::function<void(std::string_view)>& take) {
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
   char buffer[64 * 1024];
   std::size_t used = 0;
   for (;;) {
+    if (!patience.allows(connection, SO_RCVTIMEO)) return false;
     const ssize_t count = ::recv(connection.get(), buffer, sizeof buffer, 0);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return false;
@@ -114,14 +155,15 @@ bool receive_in_pieces(const Descriptor& connection, const Options& options,
 }
 
 // A connection on which the whole request was sent; not valid on failure.
-Descriptor asked(std::string_view request, const std::string& socket_path, const Options& options) {
+Descriptor asked(std::string_view request, const std::string& socket_path, const Patience& patience,
+                 const Options& options) {
   if (socket_path.empty()) return {};
   Descriptor connection = platform::open_stream_socket();
   if (!connection.valid()) return {};
-  set_timeout(connection, SO_RCVTIMEO, options.readTimeoutSeconds);
-  set_timeout(connection, SO_SNDTIMEO, options.writeTimeoutSeconds);
+  patience.begin(connection);
+  if (!patience.allows(connection, SO_SNDTIMEO)) return {};
   if (!connect_to(connection, socket_path)) return {};
-  if (!send_all(connection, std::string(request) + options.terminator)) return {};
+  if (!send_all(connection, patience, std::string(request) + options.terminator)) return {};
   ::shutdown(connection.get(), SHUT_WR);
   return connection;
 }
@@ -130,15 +172,17 @@ Descriptor asked(std::string_view request, const std::string& socket_path, const
 
 std::optional<Reply> exchange(std::string_view request, const std::string& socket_path,
                               const Options& options) {
-  const Descriptor connection = asked(request, socket_path, options);
+  const Patience patience(options);
+  const Descriptor connection = asked(request, socket_path, patience, options);
   if (!connection.valid()) return std::nullopt;
-  return receive(connection, options);
+  return receive(connection, patience, options);
 }
 
 bool stream(std::string_view request, const std::string& socket_path,
             const std::function<void(std::string_view)>& take, const Options& options) {
-  const Descriptor connection = asked(request, socket_path, options);
-  return connection.valid() && receive_in_pieces(connection, options, take);
+  const Patience patience(options);
+  const Descriptor connection = asked(request, socket_path, patience, options);
+  return connection.valid() && receive_in_pieces(connection, patience, options, take);
 }
 
 bool is_live(const std::string& socket_path) {

@@ -36,14 +36,15 @@ class RealWorld : public WaitWorld {
   }
 
   bool parent_has_gone() override { return platform::parent_has_gone(parent_); }
-  bool reader_has_gone() override { return write_failed_ || io::reader_has_gone(STDOUT_FILENO); }
+  bool reader_has_gone() override { return io::reader_has_gone(STDOUT_FILENO); }
   bool socket_exists() override { return files::exists(env_.collabSocket); }
 
-  std::optional<std::string> exchange(const TeamworkRequest& request) override {
+  std::optional<std::string> exchange(const TeamworkRequest& request, double seconds) override {
     TeamworkRequest addressed = request;
     addressed.token = bridge_token(env_.collabTokenFile, env_.collabTokenSeed);
     addressed.sessionID = env_.sessionID;
-    const auto reply = BridgeTransport::exchange(addressed, env_.collabSocket);
+    const auto reply =
+        BridgeTransport::exchange(addressed, env_.collabSocket, {.wholeExchangeSeconds = seconds});
     return reply ? std::optional<std::string>(reply->view()) : std::nullopt;
   }
 
@@ -55,14 +56,13 @@ class RealWorld : public WaitWorld {
     });
   }
 
-  void out(std::string_view text) override { write_failed_ |= !runtime_.out(text); }
+  bool out(std::string_view text) override { return runtime_.out(text); }
   void err(std::string_view text) override { runtime_.err(text); }
 
  private:
   CLIRuntime& runtime_;
   const CLIEnvironment& env_;
   pid_t parent_;
-  bool write_failed_ = false;
 };
 
 }  // namespace

@@ -1,15 +1,20 @@
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
 #include <cstring>
 #include <map>
+#include <thread>
 
 #include "base/descriptor.h"
+#include "base/io.h"
 #include "bridge/discovery.h"
 #include "bridge/token.h"
 #include "bridge/transport.h"
 #include "cli/environment.h"
+#include "platform/sockets.h"
 #include "support.h"
 #include "waiting/pane_state.h"
 
@@ -110,6 +115,47 @@ TEST(Transport, PathsOf103BytesWorkAndNoLonger) {
   EXPECT_TRUE(BridgeTransport::is_live(fits));
   EXPECT_FALSE(BridgeTransport::is_live(fits + "s"));
   EXPECT_FALSE(BridgeTransport::is_live(""));
+}
+
+// A peer that answers in the end, though too late: an exchange that waits for it gets a reply.
+TEST(Transport, AWholeExchangeHasItsLimit) {
+  struct {
+    const char* what;
+    std::size_t request_bytes;
+    int ahead_in_the_queue;
+    std::string reply;
+    int before, between;  // milliseconds
+  } const kCases[] = {
+      {"a late answer", 1, 0, "a\n", 1000, 0},
+      {"a request that is not taken", 4U << 20, 0, "a\n", 1000, 0},
+      {"a full queue", 1, 2, "a\n", 1000, 0},
+      {"a reply that drips", 1, 0, std::string(20, 'a') + "\n", 0, 50},
+  };
+  for (const auto& row : kCases) {
+    const ScratchDirectory directory;
+    const std::string path = directory.file("s");
+    const Descriptor listener = bound(path);
+    ::fcntl(listener.get(), F_SETFL, O_NONBLOCK);
+    for (int i = 0; i < row.ahead_in_the_queue; ++i) EXPECT_TRUE(BridgeTransport::is_live(path));
+    std::thread bridge([&] {
+      ::poll(nullptr, 0, row.before);
+      Descriptor peer;
+      for (int i = 0; i <= row.ahead_in_the_queue; ++i) {
+        pollfd waiting{listener.get(), POLLIN, 0};
+        ::poll(&waiting, 1, 500);
+        peer = Descriptor(::accept(listener.get(), nullptr, nullptr));
+      }
+      static_cast<void>(io::read_to_end(peer.get(), SIZE_MAX));
+      for (const char& byte : row.reply) {
+        if (::send(peer.get(), &byte, 1, platform::send_flags()) != 1) break;
+        ::poll(nullptr, 0, row.between);
+      }
+    });
+    const std::string request(row.request_bytes, 'r');
+    EXPECT_FALSE(BridgeTransport::exchange(request, path, {.wholeExchangeSeconds = 0.2}))
+        << row.what;
+    bridge.join();
+  }
 }
 
 TEST(PaneState, KeepsAWholeRecordOrTheDefault) {
