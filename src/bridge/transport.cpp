@@ -16,8 +16,10 @@
 #include <utility>
 
 #include "base/descriptor.h"
+#include "bridge/trust.h"
 #include "platform/clock.h"
 #include "platform/memory.h"
+#include "platform/peer.h"
 #include "platform/sockets.h"
 
 namespace qv::BridgeTransport {
@@ -43,6 +45,14 @@ bool connect_to(const Descriptor& connection, const std::string& path) {
     if (errno != EINTR) return false;
   }
   return true;
+}
+
+// The user who serves the connection, when it is one that is not talked to. A system that
+// does not say who it is counts as nobody we know.
+std::optional<uid_t> foreign_peer(const Descriptor& connection) {
+  constexpr auto kNobody = static_cast<uid_t>(-1);
+  const uid_t user = platform::peer_user(connection).value_or(kNobody);
+  return trust::covers(user) ? std::nullopt : std::optional(user);
 }
 
 void set_timeout(const Descriptor& connection, int option, double seconds) {
@@ -104,12 +114,12 @@ bool send_all(const Descriptor& connection, const Patience& patience, std::strin
 // Reads straight into the buffer that becomes the reply. Most replies fit its first size;
 // for the others it is made large enough for any, of which the system hands out only what
 // is really written.
-std::optional<Reply> receive(const Descriptor& connection, const Patience& patience,
-                             const Options& options) {
+Reply receive(const Descriptor& connection, const Patience& patience, const Options& options) {
   constexpr std::size_t kUsualSize = 64 * 1024;
   constexpr std::size_t kMemoryPerReplyByte = 6;  // with all that is made of it
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
-  Reply reply{std::unique_ptr<char[]>(new char[kUsualSize])};
+  Reply reply;
+  reply.bytes.reset(new char[kUsualSize]);
   std::size_t capacity = kUsualSize;
   for (;;) {
     if (reply.size == capacity) {
@@ -119,18 +129,19 @@ std::optional<Reply> receive(const Descriptor& connection, const Patience& patie
       std::memcpy(larger.get(), reply.bytes.get(), reply.size);
       reply.bytes = std::move(larger);
     }
-    if (!patience.allows(connection, SO_RCVTIMEO)) return std::nullopt;
+    if (!patience.allows(connection, SO_RCVTIMEO)) return {};
     char* const start = reply.bytes.get() + reply.size;
     const ssize_t count = ::recv(connection.get(), start, capacity - reply.size, 0);
     if (count < 0) {
       if (errno == EINTR) continue;
-      return std::nullopt;
+      return {};
     }
     const std::string_view read(start, static_cast<std::size_t>(count));
     const std::size_t end = read.find(options.terminator);
     reply.size += std::min(end, read.size());
-    if (reply.size > limit || (count == 0 && reply.size == 0)) return std::nullopt;
-    if (count == 0 || end != std::string_view::npos) return reply;
+    if (reply.size > limit || (count == 0 && reply.size == 0)) return {};
+    reply.answered = count == 0 || end != std::string_view::npos;
+    if (reply.answered) return reply;
   }
 }
 
@@ -154,15 +165,18 @@ bool receive_in_pieces(const Descriptor& connection, const Patience& patience,
   }
 }
 
-// A connection on which the whole request was sent; not valid on failure.
+// A connection on which the whole request was sent; not valid on failure, of which `why`
+// says what a user has to know.
 Descriptor asked(std::string_view request, const std::string& socket_path, const Patience& patience,
-                 const Options& options) {
+                 const Options& options, Outcome& why) {
   if (socket_path.empty()) return {};
   Descriptor connection = platform::open_stream_socket();
   if (!connection.valid()) return {};
   patience.begin(connection);
   if (!patience.allows(connection, SO_SNDTIMEO)) return {};
   if (!connect_to(connection, socket_path)) return {};
+  why.foreign_user = foreign_peer(connection);
+  if (why.foreign_user) return {};
   if (!send_all(connection, patience, std::string(request) + options.terminator)) return {};
   ::shutdown(connection.get(), SHUT_WR);
   return connection;
@@ -170,27 +184,29 @@ Descriptor asked(std::string_view request, const std::string& socket_path, const
 
 }  // namespace
 
-std::optional<Reply> exchange(std::string_view request, const std::string& socket_path,
-                              const Options& options) {
+Reply exchange(std::string_view request, const std::string& socket_path, const Options& options) {
   const Patience patience(options);
-  const Descriptor connection = asked(request, socket_path, patience, options);
-  if (!connection.valid()) return std::nullopt;
+  Reply none;
+  const Descriptor connection = asked(request, socket_path, patience, options, none);
+  if (!connection.valid()) return none;
   return receive(connection, patience, options);
 }
 
-bool stream(std::string_view request, const std::string& socket_path,
-            const std::function<void(std::string_view)>& take, const Options& options) {
+Outcome stream(std::string_view request, const std::string& socket_path,
+               const std::function<void(std::string_view)>& take, const Options& options) {
   const Patience patience(options);
-  const Descriptor connection = asked(request, socket_path, patience, options);
-  return connection.valid() && receive_in_pieces(connection, patience, options, take);
+  Outcome outcome;
+  const Descriptor connection = asked(request, socket_path, patience, options, outcome);
+  outcome.answered = connection.valid() && receive_in_pieces(connection, patience, options, take);
+  return outcome;
 }
 
 bool is_live(const std::string& socket_path) {
   const Descriptor connection = platform::open_stream_socket();
   if (!connection.valid()) return false;
   ::fcntl(connection.get(), F_SETFL, O_NONBLOCK);
-  // A listener whose queue is full is busy, not gone.
-  return connect_to(connection, socket_path) || errno == EAGAIN;
+  if (connect_to(connection, socket_path)) return !foreign_peer(connection);
+  return errno == EAGAIN;  // a listener whose queue is full is busy, not gone
 }
 
 }  // namespace qv::BridgeTransport

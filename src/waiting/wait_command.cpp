@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <utility>
 
 #include "base/files.h"
 #include "base/io.h"
@@ -45,7 +46,9 @@ class RealWorld : public WaitWorld {
     addressed.sessionID = env_.sessionID;
     const auto reply =
         BridgeTransport::exchange(addressed, env_.collabSocket, {.wholeExchangeSeconds = seconds});
-    return reply ? std::optional<std::string>(reply->view()) : std::nullopt;
+    if (reply) return std::string(reply.view());
+    say_once_who_serves(reply);
+    return std::nullopt;
   }
 
   std::int64_t cursor() override { return runtime_.state().load().lastSeenRev; }
@@ -60,9 +63,16 @@ class RealWorld : public WaitWorld {
   void err(std::string_view text) override { runtime_.err(text); }
 
  private:
+  // A wait asks every second and would say so every second.
+  void say_once_who_serves(const BridgeTransport::Outcome& outcome) {
+    if (!outcome.foreign_user || std::exchange(said_who_serves_, true)) return;
+    runtime_.err(complaints::served_by_another_user(env_.collabSocket, outcome));
+  }
+
   CLIRuntime& runtime_;
   const CLIEnvironment& env_;
   pid_t parent_;
+  bool said_who_serves_ = false;
 };
 
 }  // namespace
