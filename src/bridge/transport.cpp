@@ -124,7 +124,7 @@ Reply receive(const Descriptor& connection, const Patience& patience, const Opti
   for (;;) {
     if (reply.size == capacity) {
       capacity = limit + kUsualSize;
-      platform::expect_large_memory(kMemoryPerReplyByte * capacity);
+      if (options.lastOfProcess) platform::expect_large_memory(kMemoryPerReplyByte * capacity);
       std::unique_ptr<char[]> larger(new char[capacity]);
       std::memcpy(larger.get(), reply.bytes.get(), reply.size);
       reply.bytes = std::move(larger);

@@ -13,6 +13,7 @@
 #include "bridge/transport.h"
 #include "cli/help_flag.h"
 #include "platform/clock.h"
+#include "platform/memory.h"
 #include "platform/parent.h"
 #include "waiting/wait_loop.h"
 
@@ -41,11 +42,13 @@ class RealWorld : public WaitWorld {
   bool socket_exists() override { return files::exists(env_.collabSocket); }
 
   std::optional<std::string> exchange(const TeamworkRequest& request, double seconds) override {
+    give_back_after_large_reply();
     TeamworkRequest addressed = request;
     addressed.token = bridge_token(env_.collabTokenFile, env_.collabTokenSeed);
     addressed.sessionID = env_.sessionID;
     const auto reply =
         BridgeTransport::exchange(addressed, env_.collabSocket, {.wholeExchangeSeconds = seconds});
+    reply_size_ = reply.size;
     if (reply) return std::string(reply.view());
     say_once_who_serves(reply);
     return std::nullopt;
@@ -63,6 +66,12 @@ class RealWorld : public WaitWorld {
   void err(std::string_view text) override { runtime_.err(text); }
 
  private:
+  // All that was made of the last reply is free by the time of the next exchange.
+  void give_back_after_large_reply() {
+    constexpr std::size_t kLarge = 1 << 20;
+    if (reply_size_ > kLarge) platform::give_back_memory();
+  }
+
   // A wait asks every second and would say so every second.
   void say_once_who_serves(const BridgeTransport::Outcome& outcome) {
     if (!outcome.foreign_user || std::exchange(said_who_serves_, true)) return;
@@ -73,6 +82,7 @@ class RealWorld : public WaitWorld {
   const CLIEnvironment& env_;
   pid_t parent_;
   bool said_who_serves_ = false;
+  std::size_t reply_size_ = 0;  // the last one's
 };
 
 }  // namespace
