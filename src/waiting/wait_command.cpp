@@ -54,8 +54,15 @@ class RealWorld : public WaitWorld {
     return std::nullopt;
   }
 
-  std::int64_t cursor() override { return runtime_.state().load().lastSeenRev; }
+  // Where the record could not be read, this wait began somewhere else, and what it has seen is
+  // not what the record has: it keeps its cursor to itself.
+  std::int64_t cursor() override {
+    const auto record = runtime_.state().read();
+    cursor_is_the_records_ = record.has_value();
+    return record.value_or(PaneState{}).lastSeenRev;
+  }
   void save_cursor(std::int64_t rev) override {
+    if (!cursor_is_the_records_) return;
     runtime_.state().update([rev](PaneState& state) {
       state.lastSeenRev = rev;
       state.hasCursor = true;
@@ -81,6 +88,7 @@ class RealWorld : public WaitWorld {
   CLIRuntime& runtime_;
   const CLIEnvironment& env_;
   pid_t parent_;
+  bool cursor_is_the_records_ = true;
   bool said_who_serves_ = false;
   std::size_t reply_size_ = 0;  // the last one's
 };

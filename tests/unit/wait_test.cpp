@@ -200,50 +200,36 @@ TEST(Wait, WhatTheBoardSaysEndsIt) {
     std::string reply;
     bool follow;
     ExitCode expected;
-    std::string last;
-  } const kCases[] = {
-      {R"({"kind":"gated"})", true, ExitCode::refused, "out qv wait: the board ended this wait."},
-      {R"({"kind":"error","message":"no"})", false, ExitCode::refused, "err no"},
-      {R"({"kind":"gated","message":"caller is not attributable to a live pane"})", true,
-       ExitCode::unavailable, "out " + std::string(kOrphaned)},
-      {R"({"kind":"empty"})", true, ExitCode::unavailable,
-       "out qv wait: this terminal is not in a Thread."},
-  };
-  for (const auto& row : kCases) {
-    ScriptedWorld world;
-    world.polls = {{row.reply, 0}};
-    EXPECT_EQ(wait({.follow = row.follow}, world), row.expected) << row.reply;
-    EXPECT_EQ(world.journal.back(), row.last) << row.reply;
-  }
-}
-
-TEST(Wait, AMoveIsSavedOnceItWasTold) {
-  struct {
-    std::string reply;
-    WaitOptions options;
-    bool output_full;
-    ExitCode expected;
     Journal end;
+    bool output_full = false;
   } const kCases[] = {
+      {R"({"kind":"gated"})", true, ExitCode::refused, {"out qv wait: the board ended this wait."}},
+      {R"({"kind":"error","message":"no"})", false, ExitCode::refused, {"err no"}},
+      {R"({"kind":"gated","message":"caller is not attributable to a live pane"})",
+       true,
+       ExitCode::unavailable,
+       {"out " + std::string(kOrphaned)}},
+      {R"({"kind":"empty"})",
+       true,
+       ExitCode::unavailable,
+       {"out qv wait: this terminal is not in a Thread."}},
       {feed(9, R"("changed":false,"goalComplete":true)"),
-       {.follow = true},
-       false,
+       true,
        ExitCode::ok,
        {"out rev 9 · THE GOAL IS COMPLETE", "save 9"}},
       {feed(9, kQuiet + R"(,"wakeReasons":[{"kind":"assigned"}])"),
-       {},
        false,
        ExitCode::ok,
        {"out Nothing changed (rev 9).", "save 9"}},
-      {feed(9, kMoved), {}, true, ExitCode::unavailable, {"out Board moved to rev 9."}},
-      {feed(9, kMoved), {.follow = true}, true, ExitCode::unavailable, {"out rev 9"}},
+      {feed(9, kMoved), false, ExitCode::unavailable, {"out Board moved to rev 9."}, true},
+      {feed(9, kMoved), true, ExitCode::unavailable, {"out rev 9"}, true},
   };
   for (const auto& row : kCases) {
     ScriptedWorld world;
     world.polls = {{row.reply, 0}};
     world.output_full = row.output_full;
-    EXPECT_EQ(wait(row.options, world), row.expected) << row.end[0];
-    EXPECT_EQ(Journal(world.journal.begin() + 2, world.journal.end()), row.end);
+    EXPECT_EQ(wait({.follow = row.follow}, world), row.expected) << row.reply;
+    EXPECT_EQ(Journal(world.journal.begin() + 2, world.journal.end()), row.end) << row.reply;
   }
 }
 
