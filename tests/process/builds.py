@@ -23,6 +23,9 @@ def main():
     """Runs the tests of the calling file: FILE QV [unittest's own arguments]."""
     global QV
     QV = os.path.abspath(sys.argv.pop(1))
+    signal.signal(signal.SIGINT, signal.default_int_handler)
+    for number in (signal.SIGQUIT, signal.SIGHUP):  # a script's background job ignores these
+        signal.signal(number, signal.SIG_DFL)
     unittest.main(module="__main__")
 
 
