@@ -113,11 +113,13 @@ TEST_F(FolderState, EndsAtTwoThousandPaths) {
   EXPECT_EQ(state(), std::nullopt);
 }
 
-TEST_F(FolderState, BelievesNoEndlessOutput) {
+TEST_F(FolderState, BelievesNoFailureAndNoEndlessOutput) {
   std::vector<std::string> variables = as_strings(environment_);
-  for (const auto& [bytes, whole] : {std::pair{"67108864", true}, {"67108865", false}}) {
-    process::Command command{{"/usr/bin/head", "-c", bytes, "/dev/zero"}, "", ""};
-    EXPECT_EQ(process::run_all({&command, 1}, variables, 60), whole) << bytes;
+  for (const auto& [script, believed] : {std::pair{"head -c 67108864 /dev/zero", true},
+                                         {"head -c 67108865 /dev/zero", false},
+                                         {"exit 1", false}}) {
+    process::Command command{{"/bin/sh", "-c", script}, "", ""};
+    EXPECT_EQ(process::run_all({&command, 1}, variables, 60), believed) << script;
   }
 }
 
