@@ -24,8 +24,9 @@ def main():
     """Runs the tests of the calling file: FILE QV [unittest's own arguments]."""
     global QV
     QV = os.path.abspath(sys.argv.pop(1))
+    # The background job of a script starts with some signals ignored, and so would the builds.
     signal.signal(signal.SIGINT, signal.default_int_handler)
-    for number in (signal.SIGQUIT, signal.SIGHUP):  # a script's background job ignores these
+    for number in (signal.SIGQUIT, signal.SIGHUP):
         signal.signal(number, signal.SIG_DFL)
     unittest.main(module="__main__")
 

@@ -78,7 +78,7 @@ class Queue(builds.World):
         self.touch("go")
 
     def test_a_dead_build_blocks_nobody(self):
-        running = self.start_running("sleep 60", folder=self.plain)
+        running = self.start_running(gate("go"), folder=self.plain)
         ahead, waiting = (self.start_queued("echo mine") for _ in range(2))
         for build in (running, ahead):
             build.process.send_signal(signal.SIGKILL)  # and not reaped

@@ -179,7 +179,7 @@ def run_case(case, env, home, servers):
 def main():
     program, path = os.path.abspath(sys.argv[1]), sys.argv[2]
     cases = parse(path)
-    signal.signal(signal.SIGINT, signal.default_int_handler)  # a script's background job ignores it
+    signal.signal(signal.SIGINT, signal.default_int_handler)  # a background job's is ignored
     home = tempfile.mkdtemp(prefix="qv-", dir="/tmp")  # the path of a socket has to be short
     failed = 0
     try:
