@@ -7,7 +7,7 @@ import unittest
 
 QV = os.path.abspath(sys.argv.pop(1))
 WAIT = [QV, "wait", "--json", "--timeout", "1"]
-UNDER_A_SHELL = ["/bin/sh", "-c", '"$@"; exit $?', "sh", *WAIT]
+UNDER_A_SHELL = ["/bin/sh", "-c", '"$@"; exit $?', "sh", *WAIT]  # which stays the parent
 CONTAINER = ["unshare", "--user", "--map-root-user", "--pid", "--fork", "--mount-proc"]
 ON_A_TERMINAL = [sys.executable, "-c", "import pty, sys; sys.exit(pty.spawn(sys.argv[1:]) >> 8)"]
 TIMED_OUT, ORPHANED = 10, 3

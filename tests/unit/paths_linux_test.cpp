@@ -1,4 +1,6 @@
+#include <array>
 #include <cstdlib>
+#include <vector>
 
 #include "platform/paths.h"
 #include "support.h"
@@ -8,15 +10,7 @@ namespace {
 
 void set(const char* name, const std::string& value) { ::setenv(name, value.c_str(), 1); }
 
-class LinuxPaths : public testing::Test {
- protected:
-  ~LinuxPaths() override {
-    for (const auto* name : {"HOME", "XDG_DATA_HOME", "TMPDIR", "XDG_RUNTIME_DIR"})
-      ::unsetenv(name);
-  }
-};
-
-TEST_F(LinuxPaths, TheAppsFolderIsWhereAnInstanceIs) {
+TEST(LinuxPaths, AsTheVariablesAndTheFoldersSay) {
   const std::string local = "/.local/share", library = "/Library/Application Support";
   const std::string seat = "/Quorvel/agent-seat";
   struct {
@@ -39,16 +33,14 @@ TEST_F(LinuxPaths, TheAppsFolderIsWhereAnInstanceIs) {
     EXPECT_EQ(application_support_directory(), home.path() + expected)
         << data_home << testing::PrintToString(files);
   }
-}
-
-TEST_F(LinuxPaths, TheTemporaryDirectory) {
-  constexpr std::array<const char*, 3> kRows[] = {
+  constexpr std::array<const char*, 3> kTemporary[] = {
       {"/t/", "/run/user/1", "/t"}, {"t", "/run/user/1", "/run/user/1"}, {"", "run", "/tmp"}};
-  for (const auto& [temporary, runtime, expected] : kRows) {
+  for (const auto& [temporary, runtime, expected] : kTemporary) {
     set("TMPDIR", temporary);
     set("XDG_RUNTIME_DIR", runtime);
     EXPECT_EQ(temporary_directory(), expected);
   }
+  for (const auto* name : {"HOME", "XDG_DATA_HOME", "TMPDIR", "XDG_RUNTIME_DIR"}) ::unsetenv(name);
 }
 
 }  // namespace
