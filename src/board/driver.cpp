@@ -116,8 +116,8 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
     runtime.err(refusal->message);
     return ExitCode::refused;
   }
-  const std::string dropped = TeamworkRequestBuilder::unused_flags(flags);
-  if (!dropped.empty()) runtime.err(dropped);
+  const std::string warning = TeamworkRequestBuilder::warning(flags);
+  if (!warning.empty()) runtime.err(warning);
   const auto bytes =
       BridgeTransport::exchange(std::get<TeamworkRequest>(outcome), env.collabSocket);
   if (!bytes) {

@@ -4,6 +4,7 @@
 
 #include "seat/secret.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
@@ -33,11 +34,22 @@ constexpr std::string_view kHelp =
     "path anything can open. Use --env NAME only for a tool that cannot read\n"
     "a path, and know that it is readable by any same-uid process.";
 
+// Whether all that asks for help stands behind "--", where it was meant for the command.
+bool asks_in_the_command(const std::vector<std::string>& arguments) {
+  const auto help = std::ranges::find_if(arguments, is_help_flag);
+  return help != arguments.end() && std::find(arguments.begin(), help, "--") != help;
+}
+
 }  // namespace
 
 int secret(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
   if (arguments.empty() || asks_for_help(arguments)) {
     runtime.out(kHelp);
+    if (asks_in_the_command(arguments)) {
+      runtime.err(
+          "qv secret: the command was not run, since --help and -h ask for this help behind \"--\" "
+          "too.");
+    }
     return status_of(ExitCode::ok);
   }
   if (arguments.front() == "get") {
