@@ -13,6 +13,7 @@
 #include "base/foreground.h"
 #include "base/text.h"
 #include "bridge/complaints.h"
+#include "bridge/trust.h"
 #include "cli/exit_code.h"
 #include "cli/help_flag.h"
 
@@ -38,6 +39,12 @@ constexpr std::string_view kHelp =
 bool asks_in_the_command(const std::vector<std::string>& arguments) {
   const auto help = std::ranges::find_if(arguments, is_help_flag);
   return help != arguments.end() && std::find(arguments.begin(), help, "--") != help;
+}
+
+std::string distrust_of(const trust::ForeignComponent& component) {
+  return "qv secret: " + component.path + " belongs to another user (uid " +
+         std::to_string(component.owner) +
+         ") and stands in a folder that anybody can write to; not running what is there.";
 }
 
 }  // namespace
@@ -67,8 +74,10 @@ int secret(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
     runtime.err(complaints::kNotInThread);
     return status_of(ExitCode::unavailable);
   }
-  if (!files::is_executable(broker)) {
+  const auto foreign = trust::foreign_component(broker);
+  if (foreign || !files::is_executable(broker)) {
     runtime.err("qv secret: the broker is not available at " + broker + ".");
+    if (foreign) runtime.err(distrust_of(*foreign));
     return status_of(ExitCode::unavailable);
   }
   const auto status = run_in_foreground(broker, arguments);

@@ -4,6 +4,7 @@ import re
 import signal
 
 import builds
+from builds import gate
 
 TELL = 'echo "slot=$QUORVEL_BUILD_SLOT jobs=$CARGO_BUILD_JOBS arguments=$*"'
 
@@ -25,18 +26,29 @@ class Slot(builds.World):
         ]
         for tool, arguments, variables, coordinated in rows:
             with self.subTest(tool=tool, arguments=arguments, variables=variables):
-                build = self.start(TELL, tool=tool, arguments=arguments, env=variables)
+                build = self.start(TELL, tool=tool, arguments=arguments,
+                                   env={"QUORVEL_BUILD_CORES": "", **variables})
                 self.assertEqual(build.status(), 0)
                 slot = "1" if coordinated else ""
                 self.assertEqual(build.out.decode(),
                                  f"slot={slot} jobs= arguments={' '.join(arguments)}\n")
                 self.assertEqual(build.err, b"")
 
+    def test_cores_the_user_keeps_are_kept_from_an_unrestricted_build(self):
+        whole = self.start_running(gate("go"), env={"QUORVEL_BUILD_CORES": "0"})
+        cores = self.leases()[whole.pid]["jobs"]
+        self.touch("go")
+        self.assertEqual((whole.status(), whole.err), (0, b""))
+        build = self.start(TELL, env={"QUORVEL_BUILD_CORES": "1"})
+        jobs = "1" if cores > 1 else ""
+        self.assertEqual((build.status(), build.out.decode(), build.err),
+                         (0, f"slot=1 jobs={jobs} arguments=build\n", b""))
+
     def test_the_status_is_the_tools(self):
         for folder in (self.repo, self.plain):
             for status in (0, 1, 101, 255):
                 self.assertEqual(self.start(f"exit {status}", folder=folder).status(), status)
-        self.start("exit 0").status()
+        self.run_empty_build()
         self.assert_ledger_is_clean()
 
     def test_a_tool_that_cannot_start(self):
@@ -51,22 +63,13 @@ class Slot(builds.World):
                     self.assertEqual(build.err.decode(), f"{tool}: {why}\n")
         self.assert_ledger_is_clean()
 
-    def test_nothing_to_run(self):
-        build = builds.Build(self, [builds.QV, "__build"])
-        self.assertEqual(build.status(), 2)
-        self.assertEqual(build.err, b"qv __build: no command given\n")
-        build.end()
-
     def test_a_build_inside_a_build_does_not_queue(self):
         inner = 'FAKE="echo inner" "$QUORVEL_QV" __build "$QUORVEL_BIN/cargo" build; exit $?'
-        outer = self.start(inner)
-        self.assertEqual((outer.status(), outer.out), (0, b"inner\n"))
+        self.assertEqual(self.start(inner).result(), (0, b"inner\n"))
 
     def test_without_a_ledger_the_tool_runs_directly(self):
-        self.start("").status()
         os.chmod(self.ledger, 0o777)
-        build = self.start(TELL)
-        self.assertEqual((build.status(), build.out), (0, b"slot= jobs= arguments=build\n"))
+        self.assertEqual(self.start(TELL).result(), (0, b"slot= jobs= arguments=build\n"))
 
     def test_the_tool_inherits_what_the_caller_had(self):
         """Descriptors and signals are those of a tool that was started directly."""

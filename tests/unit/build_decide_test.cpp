@@ -68,9 +68,10 @@ TEST_F(Decide, TellsItsLeaseFromWaitToRun) {
 TEST_F(Decide, RunsUnrestrictedWithALogOfItsOwn) {
   queue_.key = "k";
   scratch_.write("builds/logs/" + std::to_string(::getpid()) + ".log", "older");
-  const Step step = decide(6);
+  const Step step = coordinator_.decide(queue_, {.cores = 6, .bounded = true});
   const auto& run = std::get<Step::Run>(step.outcome);
   EXPECT_EQ(run.jobs, std::nullopt);
+  EXPECT_TRUE(run.bounded && run.cores == 6);
   EXPECT_TRUE(run.log.valid());
   EXPECT_EQ(files::read(coordinator_.ledger->log_path(::getpid())), "");
   EXPECT_EQ(queue_.own.jobs, 6);
@@ -95,21 +96,24 @@ TEST_F(Decide, FollowsTheSameBuildOnce) {
   EXPECT_TRUE(std::holds_alternative<Step::Wait>(decide(2).outcome)) << "no log to open";
 }
 
-TEST(BuildMessages, AreWholeSentences) {
-  using namespace messages;
-  EXPECT_EQ(waits_for_memory(1),
-            "this Mac is low on memory, so this build waits for 1 other build to finish first");
-  EXPECT_EQ(waits_for_memory(0),
-            "this Mac is low on memory, so this build waits for 0 other builds to finish first");
-  EXPECT_EQ(kCritical,
-            "this Mac is critically low on memory, so this build waits until some is free "
-            "(at most 10 minutes)");
-  EXPECT_EQ(waits_for_cores(3),
-            "waiting for 3 other builds to finish first, so this Mac does not grind to a halt");
-  EXPECT_EQ(uses_fewer_cores(2, 8, 0),
-            "using 2 of 8 cores, because this Mac does not have the memory free for more");
-  EXPECT_EQ(uses_fewer_cores(2, 8, 1), "using 2 of 8 cores while 1 other build runs");
-  EXPECT_EQ(uses_fewer_cores(2, 8, 2), "using 2 of 8 cores while 2 other builds run");
+TEST(BuildReadings, CountNoMoreCoresThanTheUserGrants) {
+  const int cores = platform::active_cores();
+  const auto counted = [](const std::string& granted) {
+    return Readings({{"QUORVEL_BUILD_CORES", granted}}, "qv", "/nowhere").memory();
+  };
+  EXPECT_EQ(counted("1").cores, 1);
+  EXPECT_EQ(counted("1").bounded, cores > 1);
+  for (const std::string& granted :
+       {std::to_string(cores), std::string("9999999999"), std::string("0"), std::string("-1"),
+        std::string(""), std::string("1x")}) {
+    EXPECT_EQ(counted(granted).cores, cores) << granted;
+    EXPECT_FALSE(counted(granted).bounded) << granted;
+  }
+}
+
+TEST(BuildMessages, SayWhyThereAreFewerCores) {
+  EXPECT_TRUE(messages::uses_fewer_cores(2, 8, 0).ends_with("the memory free for more"));
+  EXPECT_TRUE(messages::uses_fewer_cores(2, 8, 2).ends_with("while 2 other builds run"));
 }
 
 }  // namespace
