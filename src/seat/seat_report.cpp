@@ -1,6 +1,7 @@
 #include "seat/seat_report.h"
 
 #include "base/record.h"
+#include "base/text.h"
 
 namespace qv {
 
@@ -63,9 +64,9 @@ std::string cursor_words(const SeatReport& report) {
 }  // namespace
 
 std::string as_prose(const SeatReport& report) {
-  std::string out = "pane:    " + report.sessionID;
-  if (!report.handle.empty()) out += "\nhandle:  " + report.handle;
-  out.append("\nseat:    ").append(seat_words(report));
+  std::string out = "pane:    " + text::on_one_line(report.sessionID);
+  if (!report.handle.empty()) out += "\nhandle:  " + text::on_one_line(report.handle);
+  out += "\nseat:    " + text::on_one_line(std::string(seat_words(report)));
   out.append("\ncursor:  ").append(cursor_words(report));
   out.append("\nbridges: board ").append(state_word(report.boardUp));
   out.append(", notes ").append(state_word(report.notesUp));
