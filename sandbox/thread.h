@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/text.h"
 #include "board/response.h"
 #include "instance.h"
 #include "notes/response.h"
@@ -54,10 +55,15 @@ struct Letter {
 // A terminal, or an agent from outside. Its handle and fingerprint stay with it, seat or none;
 // its id is its session, and empty once it is closed.
 struct Pane : TeamworkAgent {
-  std::string secret;  // what readmits an agent from outside; empty for a terminal
-  pid_t pid = 0;       // a terminal's process
+  std::string secret;             // what readmits an agent from outside; empty for a terminal
+  pid_t pid = 0;                  // a terminal's process
+  std::optional<double> started;  // when that did, since ids are given again
   std::optional<Seat> seat;
   std::vector<Letter> inbox;
+
+  [[nodiscard]] bool has_role(std::string_view wanted) const {
+    return !wanted.empty() && text::equal_ignoring_case(role.value_or(""), wanted);
+  }
 };
 
 struct Ticket : TeamworkTask {
@@ -121,6 +127,10 @@ struct Thread {
   // The seated pane that bears this fingerprint, handle or name (any case, with or without an
   // "@"); null when nobody does.
   [[nodiscard]] Pane* seated(std::string_view named);
+  // The first seat of this role but `self`; null when there is none.
+  [[nodiscard]] Pane* seated_as(std::string_view role, const Pane* self);
+  // Whether the ticket is routed to a role that somebody here has, and the reader has not.
+  [[nodiscard]] bool is_for_another_role(const TeamworkTask& task, const Pane& reader);
   // Whether somebody else bears the name.
   [[nodiscard]] bool is_taken(std::string_view name, const Pane* self);
   // How a fingerprint's owner is spoken of.
