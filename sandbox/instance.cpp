@@ -16,6 +16,7 @@
 #include "bridge/transport.h"
 #include "broker.h"
 #include "platform/paths.h"
+#include "tools.h"
 
 namespace qv::sandbox {
 
@@ -79,7 +80,7 @@ std::optional<Instance> create_instance(const std::string& token) {
   if (!instance) return std::nullopt;
   bool furnished = files::make_private_directories(app_directory(instance->home)) &&
                    files::replace(instance->broker(), kBroker) &&
-                   ::chmod(instance->broker().c_str(), 0700) == 0;
+                   ::chmod(instance->broker().c_str(), 0700) == 0 && furnish_tools(*instance);
   for (const char* bridge : {"teamwork", "mcp", "vault"}) {
     furnished = furnished && files::replace(instance->file(bridge, "token"), token);
   }
@@ -135,6 +136,13 @@ void enter_pane(const Instance& instance, const std::string& session) {
   set("QUORVEL_SECRET_BIN", instance.broker());
   set("QUORVEL_SESSION_ID", session);
   set("QV_SANDBOX", instance.home);
+  const char* path = std::getenv("PATH");
+  const std::string before = path == nullptr ? "" : path;
+  const std::string tools = tools_directory(instance);
+  const auto directories = text::split(before, ':');
+  // A pane opened from another one keeps the order that it finds.
+  const bool has_tools = std::ranges::find(directories, tools) != directories.end();
+  if (!has_tools) set("PATH", tools + ":" + before);
 }
 
 std::string random_hex(std::size_t digits) {
