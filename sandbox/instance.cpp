@@ -46,25 +46,16 @@ bool is_private(const std::string& place) {
          (status.st_mode & S_IWOTH) == 0;
 }
 
-// A new directory of mode 0700 for an instance; absent, with a complaint, when there is no
-// place for one.
-std::optional<Instance> make_directory() {
-  constexpr std::size_t kLongestSocketPath = 103;
-  bool too_long = false;
-  for (const std::string& place : places()) {
-    Instance instance{place + std::string(kPrefix) + "XXXXXX"};
-    if (instance.file("teamwork", "sock").size() > kLongestSocketPath) {
-      too_long = true;
-    } else if (files::make_private_directories(place) && is_private(place) &&
-               ::mkdtemp(instance.home.data()) != nullptr) {
-      return instance;
-    }
+// Fills the directory; false when it cannot be written to, or nothing in it could be run.
+bool furnish(const Instance& instance, const std::string& token) {
+  bool furnished = files::make_private_directories(app_directory(instance.home)) &&
+                   files::replace(instance.broker(), kBroker) &&
+                   ::chmod(instance.broker().c_str(), 0700) == 0 &&
+                   files::is_executable(instance.broker()) && furnish_tools(instance);
+  for (const char* bridge : {"teamwork", "mcp", "vault"}) {
+    furnished = furnished && files::replace(instance.file(bridge, "token"), token);
   }
-  complain((too_long ? "the path of a socket would be too long in "
-                     : "no private directory could be made in ") +
-           text::joined(places(), " or ") +
-           ". Set XDG_RUNTIME_DIR to a directory of your own with a short path.");
-  return std::nullopt;
+  return furnished;
 }
 
 }  // namespace
@@ -76,17 +67,22 @@ std::string Instance::file(const std::string& bridge, const std::string& extensi
 std::string Instance::broker() const { return app_directory(home) + "/quorvel-secret"; }
 
 std::optional<Instance> create_instance(const std::string& token) {
-  const auto instance = make_directory();
-  if (!instance) return std::nullopt;
-  bool furnished = files::make_private_directories(app_directory(instance->home)) &&
-                   files::replace(instance->broker(), kBroker) &&
-                   ::chmod(instance->broker().c_str(), 0700) == 0 && furnish_tools(*instance);
-  for (const char* bridge : {"teamwork", "mcp", "vault"}) {
-    furnished = furnished && files::replace(instance->file(bridge, "token"), token);
+  constexpr std::size_t kLongestSocketPath = 103;
+  bool too_long = false;
+  for (const std::string& place : places()) {
+    Instance instance{place + std::string(kPrefix) + "XXXXXX"};
+    if (instance.file("teamwork", "sock").size() > kLongestSocketPath) {
+      too_long = true;
+    } else if (files::make_private_directories(place) && is_private(place) &&
+               ::mkdtemp(instance.home.data()) != nullptr) {
+      if (furnish(instance, token)) return instance;
+      remove_instance(instance);
+    }
   }
-  if (furnished) return instance;
-  complain("no files could be written in " + instance->home + ".");
-  remove_instance(*instance);
+  complain((too_long ? "the path of a socket would be too long in "
+                     : "no private directory could be made in ") +
+           text::joined(places(), " or ") +
+           ". Set XDG_RUNTIME_DIR to a directory of your own with a short path.");
   return std::nullopt;
 }
 
