@@ -65,8 +65,8 @@ Reply verify_task(const Call& call) {
 Reply comment_task(const Call& call) {
   const TeamworkRequest& request = call.request;
   Ticket& task = *call.task;
-  const auto says = [](const auto& given) { return text::trimmed(given.value_or("x")).size() > 0; };
-  if (!(request.note || request.summary) || !says(request.note) || !says(request.summary)) {
+  const bool says_nothing = !request.note && !request.summary;
+  if (says_nothing || is_blank(request.note) || is_blank(request.summary)) {
     return refused("The comment is empty. Nothing was changed.");
   }
   std::vector<std::string>& log = task.log;

@@ -15,7 +15,6 @@ std::string wrong_fields(const Call& call) {
   for (const std::string& id : call.request.waitsOn.value_or(std::vector<std::string>())) {
     if (call.thread.ticket(id) == nullptr) return "There is no task " + id + " to wait on.";
   }
-  const auto is_blank = [](const auto& given) { return given && text::trimmed(*given).empty(); };
   if (is_blank(call.request.title)) return "A task needs a title: one line that says what it is.";
   if (is_blank(call.request.summary)) {
     return "The summary is empty. Say in one or two sentences what came out of it, and how you "
@@ -27,7 +26,7 @@ std::string wrong_fields(const Call& call) {
          std::to_string(kLongestSummary) + ". Keep it to one or two sentences for the human.";
 }
 
-// Takes over what was given; the names of what that was.
+// Takes over what was given; the names of what that was, but for the summary, which is logged.
 std::vector<std::string_view> take_fields(TeamworkTask& task, const TeamworkRequest& request) {
   std::vector<std::string_view> taken;
   const auto take = [&](std::string_view name, auto& field, const auto& given) {
@@ -44,6 +43,7 @@ std::vector<std::string_view> take_fields(TeamworkTask& task, const TeamworkRequ
   take("dependencies", task.waitsOn, request.waitsOn);
   take("reason for parking", task.parkedReason, request.parkReason);
   if (task.parkedReason == "") task.parkedReason.reset();
+  if (request.summary) task.log.push_back("summary: " + *request.summary);
   return taken;
 }
 
@@ -87,8 +87,7 @@ Reply add_task(const Call& call) {
   task.state = "open";
   task.watchers.push_back({"agent", self.fingerprint, self.handle, true});
   task.log.push_back(self.handle + " filed it.");
-  static_cast<void>(take_fields(task, call.request));
-  if (call.request.summary) task.log.push_back("summary: " + *call.request.summary);
+  take_fields(task, call.request);
   call.thread.record("taskAdded", self.fingerprint, task.id, wakes_of_role(call, task));
   if (call.peer != nullptr) aim(call, task);
   return written("Filed " + task.id + (call.peer ? ", handed to " + call.peer->handle : "") + ".");
@@ -183,7 +182,6 @@ Reply update_task(const Call& call) {
   if (request.note) task.log.push_back(who + ": " + *request.note);
   const auto taken = take_fields(task, request);
   if (!taken.empty()) task.log.push_back(who + " changed the " + text::joined(taken, ", ") + ".");
-  if (request.summary) task.log.push_back("summary: " + *request.summary);
   const std::string kind = change_blocker(call);
   const std::vector<std::string> news(task.log.begin() + lines_before, task.log.end());
   if (news.empty()) return refused("That changes nothing. `qv task update --help` lists what can.");

@@ -28,6 +28,13 @@ std::string nth_fingerprint(std::size_t n) {
   return digits.data();
 }
 
+// Whether this is a terminal's pane whose process is gone since the last look.
+bool has_ended(Pane& pane) {
+  if (pane.pid == 0 || pane.id.empty()) return false;
+  if (!pane.watch) pane.watch.emplace(pane.pid);
+  return pane.watch->has_ended().value_or(!platform::start_time(pane.pid));
+}
+
 template <class List, class Matches>
 auto* find_in(List& list, const Matches& matches) {
   const auto found = std::ranges::find_if(list, matches);
@@ -39,8 +46,7 @@ auto* find_in(List& list, const Matches& matches) {
 void Thread::advance() {
   now = Clock::now();
   for (Pane& pane : panes) {
-    const bool runs_here = pane.pid > 0 && !pane.id.empty();
-    if (runs_here && !(pane.started && platform::start_time(pane.pid) == pane.started)) {
+    if (has_ended(pane)) {
       vacate(pane, "terminal closed");
       pane.id.clear();
     }
@@ -65,7 +71,6 @@ Pane& Thread::open_pane(const std::string& session, pid_t pid) {
   pane.fingerprint = nth_fingerprint(n);
   pane.name = pane.handle;
   pane.pid = pid;
-  pane.started = platform::start_time(pid);
   return pane;
 }
 
@@ -122,6 +127,8 @@ Pane* Thread::seated_as(std::string_view role, const Pane* self) {
 }
 
 bool Thread::is_for_another_role(const TeamworkTask& task, const Pane& reader) {
+  const std::string& self = reader.fingerprint;
+  if (task.ownerFingerprint == self || task.routedToFingerprint == self) return false;
   const std::string role = task.assignedRole.value_or("");
   return !reader.has_role(role) && seated_as(role, &reader) != nullptr;
 }

@@ -23,6 +23,7 @@
 #include "board/response.h"
 #include "instance.h"
 #include "notes/response.h"
+#include "platform/process_watch.h"
 
 namespace qv::sandbox {
 
@@ -55,9 +56,9 @@ struct Letter {
 // A terminal, or an agent from outside. Its handle and fingerprint stay with it, seat or none;
 // its id is its session, and empty once it is closed.
 struct Pane : TeamworkAgent {
-  std::string secret;             // what readmits an agent from outside; empty for a terminal
-  pid_t pid = 0;                  // a terminal's process
-  std::optional<double> started;  // when that did, since ids are given again
+  std::string secret;  // what readmits an agent from outside; empty for a terminal
+  pid_t pid = 0;       // a terminal's process
+  std::optional<platform::ProcessWatch> watch;
   std::optional<Seat> seat;
   std::vector<Letter> inbox;
 
@@ -129,7 +130,8 @@ struct Thread {
   [[nodiscard]] Pane* seated(std::string_view named);
   // The first seat of this role but `self`; null when there is none.
   [[nodiscard]] Pane* seated_as(std::string_view role, const Pane* self);
-  // Whether the ticket is routed to a role that somebody here has, and the reader has not.
+  // Whether the ticket is routed to a role that somebody here has, and the reader neither has
+  // the role nor the ticket.
   [[nodiscard]] bool is_for_another_role(const TeamworkTask& task, const Pane& reader);
   // Whether somebody else bears the name.
   [[nodiscard]] bool is_taken(std::string_view name, const Pane* self);
