@@ -81,6 +81,7 @@ builds() {
   export HOME="$QV_SANDBOX" PATH="$QV_SANDBOX/practice:$PATH"
   export QUORVEL_BUILD_CORES=2 QUORVEL_BUILD_MEMORY_OFF=1
   unset QUORVEL_BUILD_SLOT QUORVEL_BUILD_SLOT_OFF CARGO_BUILD_JOBS ${!GIT_@}
+  export GIT_CONFIG_GLOBAL=/dev/null GIT_CONFIG_NOSYSTEM=1
   local identity=(-c user.name=demo -c user.email=demo@localhost)
   git init --quiet "$HOME/importer"
   cd "$HOME/importer"
