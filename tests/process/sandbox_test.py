@@ -133,6 +133,15 @@ class Sandbox(unittest.TestCase):
         essential = "{ %s; } 2>&1 | grep -v '^$\\|^(thread\\|^obligations\\|^qv wait'"
         self.assertEqual(self.play(RULES, essential, before=PEER), RULES)
 
+    def test_build_tools_run_through_qv(self):
+        os.mkdir(self.home + "/it's")
+        with open(self.home + "/it's/go", "w") as tool:
+            tool.write('#!/bin/sh\necho "$*, slot ${QUORVEL_BUILD_SLOT-none}"\n')
+        os.chmod(tool.name, 0o755)
+        self.env.update(PATH=f"{self.home}/it's:" + self.env["PATH"], QUORVEL_BUILD_MEMORY_OFF="1")
+        self.assertEqual(self.run_pane("go build 'a b'; go env"),
+                         "build a b, slot 1\nenv, slot none\n")
+
     def test_others_are_not_delayed_and_not_confused(self):
         first, second = (self.start("--", "sleep", "120") for _ in range(2))
         self.until(lambda: sum(self.is_live(each) for each in self.instances()) == 2, "two")
@@ -164,5 +173,5 @@ class Sandbox(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    SANDBOX = os.path.abspath(sys.argv.pop(1))
+    SANDBOX = os.path.dirname(os.path.abspath(sys.argv.pop(1))) + "/qv-sandbox"
     unittest.main()
