@@ -102,8 +102,8 @@ int start(const std::vector<std::string>& command, Thread thread) {
   // Whatever ends this from here on does so when there is somebody to tidy up.
   sigset_t ends;
   sigset_t mask;
-  ::sigemptyset(&ends);
-  for (const int number : kEnds) ::sigaddset(&ends, number);
+  sigemptyset(&ends);
+  for (const int number : kEnds) sigaddset(&ends, number);
   ::sigprocmask(SIG_BLOCK, &ends, &mask);
   const auto instance = create_instance(thread.token);
   if (!instance) return status_of(ExitCode::unavailable);
