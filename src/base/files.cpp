@@ -10,6 +10,7 @@
 
 #include "base/descriptor.h"
 #include "base/io.h"
+#include "base/signal_disposition.h"
 
 namespace qv::files {
 
@@ -22,22 +23,6 @@ std::optional<struct stat> status_of(const std::string& path) {
   if (::stat(path.c_str(), &status) != 0) return std::nullopt;
   return status;
 }
-
-// A limit on the size of files makes a write fail instead of ending the process.
-class FileSizeSignalIgnored {
- public:
-  FileSizeSignalIgnored() {
-    struct sigaction ignore {};
-    ignore.sa_handler = SIG_IGN;
-    ::sigaction(SIGXFSZ, &ignore, &before_);
-  }
-  ~FileSizeSignalIgnored() { ::sigaction(SIGXFSZ, &before_, nullptr); }
-  FileSizeSignalIgnored(const FileSizeSignalIgnored&) = delete;
-  FileSizeSignalIgnored& operator=(const FileSizeSignalIgnored&) = delete;
-
- private:
-  struct sigaction before_ {};
-};
 
 }  // namespace
 
@@ -57,7 +42,8 @@ bool replace(const std::string& path, std::string_view bytes) {
 
 bool replace_through(const std::string& temporary, const std::string& path,
                      std::string_view bytes) {
-  const FileSizeSignalIgnored from_here;
+  // A limit on the size of files makes a write fail instead of ending the process.
+  const SignalDisposition no_end(SIGXFSZ, SIG_IGN);
   ::unlink(temporary.c_str());
   Descriptor file(
       ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));

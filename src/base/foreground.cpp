@@ -12,6 +12,7 @@
 #include <cerrno>
 
 #include "base/process.h"
+#include "base/signal_disposition.h"
 
 extern "C" {
 extern char** environ;
@@ -19,38 +20,15 @@ extern char** environ;
 
 namespace qv {
 
-namespace {
-
-// One signal under another disposition for as long as this object lives.
-class Disposition {
- public:
-  Disposition(int signal, void (*handler)(int)) : signal_(signal) {
-    struct sigaction action {};
-    action.sa_handler = handler;
-    ::sigaction(signal, &action, &before_);
-  }
-  ~Disposition() { ::sigaction(signal_, &before_, nullptr); }
-  Disposition(const Disposition&) = delete;
-  Disposition& operator=(const Disposition&) = delete;
-
-  [[nodiscard]] bool was_ignored() const { return before_.sa_handler == SIG_IGN; }
-
- private:
-  int signal_;
-  struct sigaction before_ {};
-};
-
-}  // namespace
-
 std::optional<int> run_in_foreground(const std::string& path,
                                      const std::vector<std::string>& arguments) {
   std::vector<std::string> texts{path};
   texts.insert(texts.end(), arguments.begin(), arguments.end());
   const std::vector<char*> pointers = process::pointers_to(texts);
-  const Disposition interrupt(SIGINT, SIG_IGN);
-  const Disposition quit(SIGQUIT, SIG_IGN);
+  const SignalDisposition interrupt(SIGINT, SIG_IGN);
+  const SignalDisposition quit(SIGQUIT, SIG_IGN);
   // Where a parent left this one ignored, the system would throw the child's status away.
-  const Disposition ended(SIGCHLD, SIG_DFL);
+  const SignalDisposition ended(SIGCHLD, SIG_DFL);
   sigset_t reset;
   sigemptyset(&reset);
   if (!interrupt.was_ignored()) sigaddset(&reset, SIGINT);

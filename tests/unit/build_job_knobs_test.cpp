@@ -1,4 +1,4 @@
-#include "build/job_knobs.h"
+#include "builds/job_knobs.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // What a reader of the ledger keeps, what it removes, and what it must never touch.
 
-#include "build/ledger.h"
+#include "builds/ledger.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

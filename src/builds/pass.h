@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "base/descriptor.h"
+#include "builds/ledger.h"
+#include "builds/readings.h"
+#include "builds/schedule.h"
+
+namespace qv::build {
+
+// The same build is running already.
+struct Follow {
+  Descriptor log;  // the leader's
+  BuildLease leader;
+};
+// The build's turn has come, and its lease says so.
+struct Start {
+  std::optional<std::int64_t> jobs;  // absent: no job count is imposed
+  std::int64_t others = 0;           // builds already running
+  std::int64_t cores = 0;
+  Descriptor log;  // new and empty, when the build can be followed
+};
+using PassOutcome = std::variant<Wait, Hold, Follow, Start>;
+
+// A build that asks for its turn: what it remembers from pass to pass.
+struct Candidate {
+  BuildLease lease;
+  bool release = false;            // optimised builds need more memory
+  std::optional<std::string> key;  // without one it neither leads nor follows
+  bool may_follow = true;
+  HoldTimer hold_timer;
+};
+
+// One pass. The ledger's lock is held by the caller; the candidate's lease is updated and
+// written, or removed in order to follow. `now` is in waking seconds.
+[[nodiscard]] PassOutcome decide(Candidate& candidate, BuildLedger& ledger,
+                                 const BuildMemory& memory, double now);
+
+}  // namespace qv::build
