@@ -29,21 +29,21 @@ struct Publish {
   Candidate& candidate;
   const BuildLedger& ledger;
   std::int64_t running;
-  std::int64_t cores;
+  const BuildMemory& memory;
 
   PassOutcome operator()(const Wait& wait) const { return queue_up("cores"), wait; }
   PassOutcome operator()(const Hold& hold) const { return queue_up("memory"), hold; }
   PassOutcome operator()(const Run& run) const {
     BuildLease& own = candidate.lease;
     own.running = true;
-    own.jobs = run.jobs.value_or(cores);
+    own.jobs = run.jobs.value_or(memory.cores);
     own.reason.reset();
     Descriptor log = candidate.key ? ledger.create_log(own.pid) : Descriptor();
     if (log.valid()) {
       own.key = candidate.key;
       own.log = text::repaired(ledger.log_path(own.pid));
     }
-    return Start{run.jobs, running, cores, std::move(log)};
+    return Start{run.jobs, running, memory.cores, memory.bounded, std::move(log)};
   }
 
  private:
@@ -69,8 +69,7 @@ PassOutcome decide(Candidate& candidate, BuildLedger& ledger, const BuildMemory&
   }
   const BuildPlan plan = BuildPlan::of(own, others, candidate.release);
   const BuildDecision decision = BuildSchedule::decide(plan, memory, candidate.hold_timer, now);
-  PassOutcome outcome =
-      std::visit(Publish{candidate, ledger, plan.running, memory.cores}, decision);
+  PassOutcome outcome = std::visit(Publish{candidate, ledger, plan.running, memory}, decision);
   ledger.write(own);
   return outcome;
 }

@@ -22,7 +22,8 @@ struct Start {
   std::optional<std::int64_t> jobs;  // absent: no job count is imposed
   std::int64_t others = 0;           // builds already running
   std::int64_t cores = 0;
-  Descriptor log;  // new and empty, when the build can be followed
+  bool bounded = false;  // by the user: without an imposed count the tool gets `cores`
+  Descriptor log;        // new and empty, when the build can be followed
 };
 using PassOutcome = std::variant<Wait, Hold, Follow, Start>;
 

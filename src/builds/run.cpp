@@ -38,7 +38,7 @@ int BuildRun::run(BuildLease& own, Start start) {
   if (start.jobs) {
     messages::tell(messages::uses_fewer_cores(*start.jobs, start.cores, start.others));
   }
-  prepare_tool(start.jobs);
+  prepare_tool(start.jobs || !start.bounded ? start.jobs : start.cores);
   if (!start.log.valid()) become_tool();
   return run_with_log(own, std::move(start.log));
 }

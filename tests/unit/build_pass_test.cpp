@@ -64,9 +64,10 @@ TEST_F(Pass, TellsItsLeaseFromWaitToRun) {
 TEST_F(Pass, RunsUnrestrictedWithALogOfItsOwn) {
   candidate_.key = "k";
   scratch_.write("builds/logs/" + std::to_string(::getpid()) + ".log", "older");
-  const PassOutcome step = pass(6);
+  const PassOutcome step = decide(candidate_, *ledger_, {.cores = 6, .bounded = true}, 0);
   const auto& start = std::get<Start>(step);
   EXPECT_EQ(start.jobs, std::nullopt);
+  EXPECT_TRUE(start.bounded && start.cores == 6);
   EXPECT_TRUE(start.log.valid());
   EXPECT_EQ(files::read(ledger_->log_path(::getpid())), "");
   EXPECT_EQ(candidate_.lease.jobs, 6);
@@ -89,6 +90,21 @@ TEST_F(Pass, FollowsTheSameBuildOnce) {
   candidate_.may_follow = true;
   ledger_->remove_log(other_.pid);
   EXPECT_TRUE(std::holds_alternative<Wait>(pass(2))) << "no log to open";
+}
+
+TEST(BuildReadings, CountNoMoreCoresThanTheUserGrants) {
+  const int cores = platform::active_cores();
+  const auto counted = [](const std::string& granted) {
+    return Readings({{"QUORVEL_BUILD_CORES", granted}}, "qv", "/nowhere").memory();
+  };
+  EXPECT_EQ(counted("1").cores, 1);
+  EXPECT_EQ(counted("1").bounded, cores > 1);
+  for (const std::string& granted :
+       {std::to_string(cores), std::string("9999999999"), std::string("0"), std::string("-1"),
+        std::string(""), std::string("1x")}) {
+    EXPECT_EQ(counted(granted).cores, cores) << granted;
+    EXPECT_FALSE(counted(granted).bounded) << granted;
+  }
 }
 
 TEST(BuildMessages, AreWholeSentences) {
