@@ -1,7 +1,9 @@
-// Two agents that edit the same folder must not be given each other's build, so the state
-// of the tree has to be exact or there is none. Git knows which paths differ from the
-// commit; their contents are hashed by git too. Whatever git cannot be asked about line
-// by line (a folder that is a repository of its own, a line feed in a name) and whatever
+// Two agents that edit the same folder must not be given each other's build, so a state that
+// git cannot tell for certain is none. Git knows which paths differ from the commit; their
+// contents are hashed by git too, through the filters that the repository has for them, and
+// a change that a filter takes out again is none to git. A file system monitor is never
+// believed: it may be behind, and it is a program of the repository. Whatever git cannot be asked
+// about line by line (a folder that is a repository of its own, a line feed in a name) and whatever
 // points git at another tree than the one in the folder ends the attempt: the build then
 // simply runs by itself.
 
@@ -43,7 +45,7 @@ struct Tree {
 
 process::Command git(const std::string& folder, std::initializer_list<const char*> arguments) {
   process::Command command;
-  command.arguments = {"/usr/bin/git", "-C", folder};
+  command.arguments = {"/usr/bin/git", "-C", folder, "-c", "core.fsmonitor=false"};
   command.arguments.insert(command.arguments.end(), arguments.begin(), arguments.end());
   return command;
 }

@@ -64,6 +64,18 @@ TEST_F(FolderState, ListsEveryChange) {
   EXPECT_NE(changes(), actual) << "one byte";
 }
 
+TEST_F(FolderState, BelievesNoMonitor) {
+  const std::string hook = scratch_.file("monitor");
+  scratch_.write("monitor", "#!/bin/sh\ntouch '" + hook + ".ran'\nprintf 'token\\0'\n");
+  ::chmod(hook.c_str(), 0700);
+  git("config core.fsmonitor '" + hook + "'");
+  git("update-index --fsmonitor && git -C '" + repo_ + "' status --porcelain >/dev/null");
+  EXPECT_TRUE(std::filesystem::remove(hook + ".ran")) << "the monitor works";
+  scratch_.write("repo/a.txt", "changed\n");
+  EXPECT_NE(changes(), "");
+  EXPECT_FALSE(std::filesystem::exists(hook + ".ran"));
+}
+
 TEST_F(FolderState, IsExactOrAbsent) {
   const auto without = [&](const char* what, const std::string& path) {
     EXPECT_EQ(state(), std::nullopt) << what;
