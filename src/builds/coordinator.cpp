@@ -68,7 +68,9 @@ int Coordinator::run() {
   const BuildCommand& command = run_.command();
   candidate_.release = is_release(command.tool_name, command.arguments);
   const bool captured = ::isatty(STDOUT_FILENO) == 0 && ::isatty(STDERR_FILENO) == 0;
-  if (captured) candidate_.key = key_of(command);
+  if (captured && !runs_its_result(command.tool_name, command.arguments)) {
+    candidate_.key = key_of(command);
+  }
   for (;;) {
     PassOutcome outcome = pass();
     const auto status = std::visit([&](auto& one) { return act(one); }, outcome);

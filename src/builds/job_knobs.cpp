@@ -1,6 +1,7 @@
 // One row per build tool: the words that make an invocation a build, how to see that the
 // user chose a job count already (such a choice is never overruled), and where a count of
-// ours goes. Everything is compared exactly; only release profiles ignore case.
+// ours goes. Some of those words also run what was built, and that is not to be shared.
+// Everything is compared exactly; only release profiles ignore case.
 
 #include "builds/job_knobs.h"
 
@@ -20,8 +21,11 @@ constexpr std::string_view kXcodebuildActions[] = {
 constexpr std::string_view kCargoSubcommands[] = {
     "build", "b",     "test", "t", "check", "c",       "clippy",  "run",
     "r",     "bench", "doc",  "d", "rustc", "rustdoc", "install", "fix"};
+constexpr std::string_view kCargoRuns[] = {"run", "r"};
 constexpr std::string_view kSwiftSubcommands[] = {"build", "test", "run"};
 constexpr std::string_view kGoSubcommands[] = {"build", "test", "install", "vet", "run"};
+
+constexpr std::string_view kRun[] = {"run"};
 
 enum class ActionAt { anywhere, first, firstWord };
 
@@ -44,19 +48,25 @@ struct Tool {
   std::string_view name;
   ActionAt action_at;
   Words actions;
+  Words runs;  // those of the actions that run what they build
   bool (*sets_jobs)(const Arguments&, const Environment&);
   BuildJobKnob (*knob)(const std::string& jobs, const Environment&);
   bool (*is_release)(const Arguments& lowered);
 };
 
 constexpr Tool kTools[] = {
-    {"xcodebuild", ActionAt::anywhere, kXcodebuildActions, sets_jobs_for_xcodebuild,
-     xcodebuild_knob, is_release_for_xcodebuild},
-    {"cargo", ActionAt::firstWord, kCargoSubcommands, sets_jobs_for_cargo, cargo_knob,
+    {"xcodebuild",
+     ActionAt::anywhere,
+     kXcodebuildActions,
+     {},
+     sets_jobs_for_xcodebuild,
+     xcodebuild_knob,
+     is_release_for_xcodebuild},
+    {"cargo", ActionAt::firstWord, kCargoSubcommands, kCargoRuns, sets_jobs_for_cargo, cargo_knob,
      is_release_for_cargo},
-    {"swift", ActionAt::first, kSwiftSubcommands, sets_jobs_for_swift, swift_knob,
+    {"swift", ActionAt::first, kSwiftSubcommands, kRun, sets_jobs_for_swift, swift_knob,
      is_release_for_swift},
-    {"go", ActionAt::first, kGoSubcommands, sets_jobs_for_go, go_knob, never_release},
+    {"go", ActionAt::first, kGoSubcommands, kRun, sets_jobs_for_go, go_knob, never_release},
 };
 
 const Tool* find_tool(std::string_view name) {
@@ -68,17 +78,18 @@ bool is_one_of(std::string_view word, Words words) {
   return std::ranges::find(words, word) != words.end();
 }
 
-bool has_action(const Tool& tool, const Arguments& arguments) {
+// Whether the arguments have one of the words where this tool looks for its action.
+bool has_action(const Tool& tool, Words words, const Arguments& arguments) {
   switch (tool.action_at) {
     case ActionAt::anywhere:
       return std::ranges::any_of(arguments,
-                                 [&](const auto& word) { return is_one_of(word, tool.actions); });
-    case ActionAt::first: return !arguments.empty() && is_one_of(arguments.front(), tool.actions);
+                                 [&](const auto& word) { return is_one_of(word, words); });
+    case ActionAt::first: return !arguments.empty() && is_one_of(arguments.front(), words);
     case ActionAt::firstWord: {
       const auto word = std::ranges::find_if(arguments, [](const auto& argument) {
         return !argument.starts_with('-') && !argument.starts_with('+');
       });
-      return word != arguments.end() && is_one_of(*word, tool.actions);
+      return word != arguments.end() && is_one_of(*word, words);
     }
   }
   return false;
@@ -174,8 +185,13 @@ bool is_release_for_swift(const Arguments& lowered) {
 bool is_coordinated(std::string_view tool, const Arguments& arguments,
                     const Environment& environment) {
   const Tool* known = find_tool(tool);
-  return known != nullptr && has_action(*known, arguments) &&
+  return known != nullptr && has_action(*known, known->actions, arguments) &&
          !known->sets_jobs(arguments, environment);
+}
+
+bool runs_its_result(std::string_view tool, const Arguments& arguments) {
+  const Tool* known = find_tool(tool);
+  return known != nullptr && has_action(*known, known->runs, arguments);
 }
 
 bool is_release(std::string_view tool, const Arguments& arguments) {

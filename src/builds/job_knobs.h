@@ -20,6 +20,9 @@ using Arguments = std::vector<std::string>;
 [[nodiscard]] bool is_coordinated(std::string_view tool, const Arguments& arguments,
                                   const Environment& environment);
 
+// True when the invocation runs the program that it builds: twice asked is run twice.
+[[nodiscard]] bool runs_its_result(std::string_view tool, const Arguments& arguments);
+
 // True when the build is optimised and so needs more memory for each job.
 [[nodiscard]] bool is_release(std::string_view tool, const Arguments& arguments);
 

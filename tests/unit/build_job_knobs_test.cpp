@@ -90,6 +90,13 @@ TEST(BuildJobKnobs, KnowTheTools) {
   }
 }
 
+TEST(BuildJobKnobs, KnowWhatIsRunTwiceWhenAskedTwice) {
+  EXPECT_TRUE(runs_its_result("cargo", {"+nightly", "-v", "r"}) &&
+              runs_its_result("swift", {"run"}) && runs_its_result("go", {"run", "."}));
+  EXPECT_FALSE(runs_its_result("cargo", {"build", "run"}) || runs_its_result("go", {"r"}) ||
+               runs_its_result("swift", {"test"}) || runs_its_result("xcodebuild", {"run"}));
+}
+
 TEST(BuildJobKnobs, InsertAtTheEndOfAShorterList) {
   Arguments arguments;
   Environment environment;
