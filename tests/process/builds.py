@@ -98,14 +98,14 @@ class World(unittest.TestCase):
         shutil.rmtree(self.root)
 
     def start(self, script, tool="cargo", arguments=("build",), folder=None, env=None,
-              prepare=None, **options):
+              prepare=None, before=(), **options):
         """Starts a build of at most two cores; memory sets no limit."""
         environment = {"HOME": self.home, "PATH": os.environ["PATH"], "FAKE": script,
                        "QUORVEL_BUILD_MEMORY_OFF": "1", "QUORVEL_BUILD_CORES": "2", "QUORVEL_QV": QV,
                        "QUORVEL_BIN": self.bin, **(env or {})}
 
         path = tool if "/" in tool else f"{self.bin}/{tool}"
-        build = Build(self, [QV, "__build", path, *arguments], cwd=folder or self.repo,
+        build = Build(self, [*before, QV, "__build", path, *arguments], cwd=folder or self.repo,
                       env=environment, preexec_fn=prepare, **options)
         self.builds.append(build)
         return build

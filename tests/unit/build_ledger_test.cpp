@@ -3,6 +3,7 @@
 #include "builds/ledger_folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include <set>
 
 #include "base/files.h"
+#include "builds/tenure.h"
 #include "platform/process.h"
 #include "support.h"
 
@@ -164,6 +166,42 @@ TEST_F(Ledger, KnowsAnUnchangedLeaseAndNoticesAChange) {
       ::usleep(30'000);  // beyond the grain of file times, where a state is remembered
     }
   }
+}
+
+TEST_F(Ledger, ConcludesNothingFromAShortage) {
+  const Child child(Child::living), late(Child::living);
+  put("1.json", lease_of(child.pid()));
+  ASSERT_EQ(live(), std::set{child.pid()});
+  const int next = ::dup(0);
+  ::close(next);
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const auto leave = [&](int descriptors) {
+    const rlimit tight{static_cast<rlim_t>(descriptors), before.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &tight);
+  };
+  leave(next);
+  EXPECT_EQ(live(), std::set{child.pid()}) << "no listing";
+  EXPECT_EQ(platform::look_at_process(child.pid()).found, platform::ProcessLook::unknown);
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  put(std::to_string(late.pid()) + ".json", lease_of(late.pid()));
+  EXPECT_EQ(live(), (std::set{child.pid(), late.pid()}));
+  EXPECT_TRUE(has("1.json"));
+}
+
+TEST(Tenure, IsJudgedByTheMark) {
+  const platform::Boot boot{"boot", 100, "7"};
+  const auto judged = [&](const char* mark) {
+    double time = 0;
+    const Tenure whose = judge_mark(mark, boot, time);
+    return std::to_string(static_cast<int>(whose)) + " " + std::to_string(static_cast<int>(time));
+  };
+  EXPECT_EQ(mark_of(boot), "boot 7 100");
+  EXPECT_EQ(judged("boot 7 90"), "0 90");
+  for (const char* past : {"", "other 7 100", "boot 7 x", "boot 7", "boot 7 1 1"}) {
+    EXPECT_EQ(judged(past), "1 0") << past;
+  }
+  EXPECT_EQ(judged("boot 8 100"), "2 0");
 }
 
 TEST_F(Ledger, StaysInsideItself) {
