@@ -9,7 +9,7 @@
 
 #include "base/io.h"
 #include "base/output.h"
-#include "build/entry.h"
+#include "builds/entry.h"
 #include "cli/dispatch.h"
 #include "cli/exit_code.h"
 

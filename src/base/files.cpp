@@ -9,10 +9,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <memory>
+#include <utility>
 
 #include "base/descriptor.h"
 #include "base/io.h"
+#include "base/signal_disposition.h"
 
 namespace qv::files {
 
@@ -36,10 +37,11 @@ Descriptor open_to_read(const std::string& path) {
   }
 }
 
-// Fills a new file and renames it. On failure it is gone, and errno says why.
+// Fills a new file and renames it. On failure it is gone, and errno says why: a limit on the
+// size of files makes a write fail here instead of ending the process.
 bool finish(Descriptor file, const std::string& temporary, const std::string& path,
             std::string_view bytes, bool synced) {
-  const io::FileSizeSignalIgnored from_here;
+  const SignalDisposition no_end(SIGXFSZ, SIG_IGN);
   const bool written = io::write_all(file.get(), bytes) && ::fchmod(file.get(), 0600) == 0 &&
                        (!synced || ::fsync(file.get()) == 0) && ::close(file.release()) == 0;
   if (written && ::rename(temporary.c_str(), path.c_str()) == 0) return true;
@@ -114,15 +116,28 @@ bool make_private_directories(const std::string& path) {
   return make_private_directory(path);
 }
 
-std::vector<std::string> names_in(const std::string& directory) {
+std::optional<std::vector<std::string>> names_in(int directory) {
+  const int fd = ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  DIR* listing = fd < 0 ? nullptr : ::fdopendir(fd);
+  if (listing == nullptr) {
+    if (fd >= 0) ::close(fd);
+    return std::nullopt;
+  }
   std::vector<std::string> names;
-  const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(directory.c_str()), ::closedir);
-  if (!listing) return names;
-  while (const dirent* entry = ::readdir(listing.get())) {
+  const dirent* entry = nullptr;
+  while (errno = 0, (entry = ::readdir(listing)) != nullptr) {
     const std::string_view name = entry->d_name;
     if (name != "." && name != "..") names.emplace_back(name);
   }
-  return names;
+  const bool whole = errno == 0;
+  ::closedir(listing);
+  return whole ? std::optional(std::move(names)) : std::nullopt;
+}
+
+std::vector<std::string> names_in(const std::string& directory) {
+  const Descriptor folder(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.valid()) return {};
+  return names_in(folder.get()).value_or(std::vector<std::string>());
 }
 
 bool exists(const std::string& path) { return status_of(path).has_value(); }

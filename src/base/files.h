@@ -31,7 +31,9 @@ void remove_leftovers(const std::string& directory);
 // is not there afterwards.
 bool make_private_directories(const std::string& path);
 
-// The names in a directory but "." and ".."; none when it cannot be listed.
+// The names of an open directory's entries but "." and "..", in its own order; absent with
+// errno set when it cannot be listed. And those of the directory at a path; none then.
+[[nodiscard]] std::optional<std::vector<std::string>> names_in(int directory);
 [[nodiscard]] std::vector<std::string> names_in(const std::string& directory);
 
 [[nodiscard]] bool exists(const std::string& path);

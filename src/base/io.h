@@ -1,6 +1,5 @@
 #pragma once
 
-#include <csignal>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -18,19 +17,6 @@ namespace qv::io {
 
 // Whether a pipe or socket has lost its reader, or a terminal its line. Never waits.
 [[nodiscard]] bool reader_has_gone(int fd);
-
-// While it lives, a limit on the size of files makes a write fail with EFBIG instead of
-// ending the process. Programs started at other times know nothing of it.
-class FileSizeSignalIgnored {
- public:
-  FileSizeSignalIgnored();
-  ~FileSizeSignalIgnored();
-  FileSizeSignalIgnored(const FileSizeSignalIgnored&) = delete;
-  FileSizeSignalIgnored& operator=(const FileSizeSignalIgnored&) = delete;
-
- private:
-  struct sigaction before_ {};
-};
 
 // Opens /dev/null on each of the descriptors 0 to 2 that is closed, so that nothing
 // opened later can be mistaken for a standard stream.

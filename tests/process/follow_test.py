@@ -48,6 +48,17 @@ class Follow(builds.World):
         with open(self.root + "/ran") as file:
             self.assertEqual(len(file.readlines()), 5)
 
+    def test_what_is_run_twice_runs_twice(self):
+        ours = [os.pipe() for _ in "AB"]
+        first = self.start_running("cat", tool="go", arguments=["run", "."], stdin=ours[0][0])
+        second = self.start_queued("cat", tool="go", arguments=["run", "."], stdin=ours[1][0])
+        for (read, write), text in zip(ours, (b"A", b"B")):
+            os.close(read)
+            os.write(write, text)
+        os.close(ours[1][1])
+        os.close(ours[0][1])
+        self.assertEqual((first.status(), first.out, second.status(), second.out), (0, b"A", 0, b"B"))
+
     def test_nobody_follows_to_a_terminal(self):
         script = gate("go") + "echo ran >>../ran"
         self.start_running(script)
