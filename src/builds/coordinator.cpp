@@ -16,6 +16,7 @@
 #include "builds/follower.h"
 #include "builds/key.h"
 #include "builds/messages.h"
+#include "builds/pane_output.h"
 #include "builds/pass.h"
 #include "builds/run.h"
 #include "builds/signals.h"
@@ -51,6 +52,7 @@ class Coordinator {
   BuildRun run_;
   Readings readings_;
   Candidate candidate_;
+  PaneOutput pane_;
   bool wait_told_ = false;
   bool hold_told_ = false;
 };
@@ -120,15 +122,16 @@ std::optional<int> Coordinator::act(Hold& hold) {
 
 std::optional<int> Coordinator::act(Follow& leading) {
   messages::tell(messages::kFollowing);
-  const auto status = follow(std::move(leading.log), leading.leader);
-  if (status) return status;
+  const auto end = follow(std::move(leading.log), leading.leader, pane_);
+  if (const int* status = std::get_if<int>(&end)) return pane_.status_after(*status);
   candidate_.may_follow = false;
-  messages::tell(messages::kLeaderStopped);
+  messages::tell(std::get<Unfollowed>(end) == Unfollowed::log_given_up ? messages::kNoLongerFollowed
+                                                                       : messages::kLeaderStopped);
   return std::nullopt;
 }
 
 std::optional<int> Coordinator::act(Start& start) {
-  return run_.run(candidate_.lease, std::move(start));
+  return run_.run(candidate_.lease, std::move(start), pane_);
 }
 
 }  // namespace
