@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/process.h"
+#include "platform/tied_spawn.h"
 
 namespace qv::build {
 
@@ -39,7 +40,7 @@ std::optional<ToolProcess> ToolProcess::start(const BuildCommand& command,
 
   const SignalsHeld until_forwarded;  // a signal that comes now is for the tool
   ToolProcess tool(std::move(*notice));
-  tool.pid_ = process::spawn(launch);
+  tool.pid_ = platform::spawn_tied(launch);
   if (tool.pid_ == 0) return std::nullopt;
   tool.output = std::move(out->read);
   tool.error = std::move(err->read);

@@ -3,9 +3,11 @@ import hashlib
 import os
 import pty
 import resource
+import select
 import signal
 import struct
 import subprocess
+import sys
 
 import builds
 from builds import gate, until
@@ -267,6 +269,17 @@ class Streams(builds.World):
         self.touch("go")
         self.assertEqual(leader.status(), 128 + signal.SIGPIPE)
         self.assertEqual((follower.status(), follower.out), (0, b"begin\nbegin\nend\n"))
+
+    def test_a_killed_coordinator_takes_its_tool_along(self):
+        if sys.platform != "linux":
+            self.skipTest("not there")
+        read, write = os.pipe()
+        build = self.start("echo ready; exec sleep 60", pass_fds=(write,))
+        os.close(write)
+        until(lambda: build.out == b"ready\n", "the tool")
+        build.process.kill()
+        until(lambda: select.select([read], [], [], 0)[0], "the end of the tool")
+        os.close(read)
 
     def test_a_reader_that_goes_away(self):
         read, write = os.pipe()
