@@ -10,6 +10,7 @@
 
 #include "builds/live_processes.h"
 #include "builds/log_tail.h"
+#include "platform/clock.h"
 
 namespace qv::build {
 
@@ -21,14 +22,16 @@ constexpr std::chrono::milliseconds kPause{100};
 
 std::variant<int, Unfollowed> follow(Descriptor log, const BuildLease& leader, PaneOutput& pane) {
   LogTail tail(std::move(log), pane);
+  LiveProcesses processes;
   bool open = tail.show_until(LogTail::kEverything);
-  while (open && !tail.is_unlinked() && is_alive(leader)) {
+  while (open && !tail.is_unlinked() && processes.contains(leader) &&
+         !processes.is_stopped(leader, platform::waking_seconds())) {
     std::this_thread::sleep_for(kPause);
     open = tail.show_until(LogTail::kEverything);
   }
   if (open) (void)tail.show_until(LogTail::kEverything);
   if (tail.exit() && *tail.exit() >= 0) return *tail.exit();
-  const bool given_up = !tail.exit() && tail.is_unlinked() && is_alive(leader);
+  const bool given_up = !tail.exit() && tail.is_unlinked() && processes.contains(leader);
   return given_up ? Unfollowed::log_given_up : Unfollowed::leader_stopped;
 }
 

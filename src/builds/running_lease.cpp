@@ -5,7 +5,7 @@
 namespace qv::build {
 
 void RunningLease::give_up_log() try {
-  const auto lock = ledger_.lock();
+  const auto lock = ledger_.lock_briefly();
   ledger_.remove_log(lease_.pid);
   if (!lock) return;
   lease_.key.reset();
@@ -15,7 +15,7 @@ void RunningLease::give_up_log() try {
 }
 
 void RunningLease::end() try {
-  const auto lock = ledger_.lock();  // without it the files go all the same
+  const auto lock = ledger_.lock_briefly();  // without it the files go all the same
   ledger_.remove(lease_.pid);
   ledger_.remove_log(lease_.pid);
 } catch (const std::bad_alloc&) {
