@@ -273,7 +273,7 @@ class Streams(builds.World):
         if sys.platform != "linux":
             self.skipTest("not there")
         read, write = os.pipe()
-        build = self.start("echo ready; exec sleep 60", pass_fds=(write,))
+        build = self.start("echo ready; exec sleep 600", pass_fds=(write,))
         os.close(write)
         until(lambda: build.out == b"ready\n", "the tool")
         build.process.kill()
