@@ -24,7 +24,7 @@ Outlet::Outlet(PaneOutput& pane, Descriptor log, Notice changed)
     : pane_(pane),
       tail_(std::move(log), pane),
       changed_(std::move(changed)),
-      chunks_(std::make_unique_for_overwrite<std::array<Chunk, kChunks>>()) {}
+      chunks_(new std::array<Chunk, kChunks>) {}
 
 void Outlet::pass(int stream, std::size_t count, off_t log_end) {
   {
