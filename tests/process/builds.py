@@ -5,6 +5,7 @@ says. The variable is part of a build's key, so builds with the same script, too
 folder are the same build; what starts with QUORVEL_ is not.
 """
 import fcntl
+import glob
 import json
 import os
 import shutil
@@ -130,14 +131,13 @@ class World(unittest.TestCase):
 
     def leases(self):
         found = {}
-        for name in os.listdir(self.ledger):
-            if name.endswith(".json"):
-                try:
-                    with open(f"{self.ledger}/{name}") as file:
-                        lease = json.load(file)
-                    found[lease["pid"]] = lease
-                except FileNotFoundError:
-                    pass  # gone between listing and opening
+        for path in glob.glob(glob.escape(self.ledger) + "/*.json"):
+            try:
+                with open(path) as file:
+                    lease = json.load(file)
+                found[lease["pid"]] = lease
+            except FileNotFoundError:
+                pass  # gone between listing and opening
         return found
 
     def logs(self):
