@@ -15,6 +15,7 @@
 #include "builds/follower.h"
 #include "builds/key.h"
 #include "builds/messages.h"
+#include "builds/pane_output.h"
 #include "builds/queueing.h"
 #include "builds/run.h"
 #include "builds/signals.h"
@@ -76,6 +77,7 @@ class Coordinator {
   std::shared_ptr<LedgerFolder> ledger_;
   BuildRun run_;
   Machine machine_;
+  PaneOutput pane_;
   std::minstd_rand chance_{static_cast<unsigned>(::getpid())};
   bool wait_told_ = false;
   bool hold_told_ = false;
@@ -126,15 +128,16 @@ std::optional<int> Coordinator::act(Queueing& queueing, Hold& hold) {
 
 std::optional<int> Coordinator::act(Queueing& queueing, Follow& leading) {
   messages::tell(messages::kFollowing);
-  const auto status = follow(std::move(leading.log), leading.leader);
-  if (status) return status;
+  const auto end = follow(std::move(leading.log), leading.leader, pane_);
+  if (const int* status = std::get_if<int>(&end)) return pane_.status_after(*status);
   queueing.follow_nobody();
-  messages::tell(messages::kLeaderStopped);
+  messages::tell(std::get<Unfollowed>(end) == Unfollowed::log_given_up ? messages::kNoLongerFollowed
+                                                                       : messages::kLeaderStopped);
   return std::nullopt;
 }
 
 std::optional<int> Coordinator::act(Queueing& queueing, Start& start) {
-  return run_.run(queueing.lease(), std::move(start));
+  return run_.run(queueing.lease(), std::move(start), pane_);
 }
 
 void Coordinator::sleep(const Queueing& queueing) {

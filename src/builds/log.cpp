@@ -49,6 +49,9 @@ bool write_both(int fd, std::span<const unsigned char> header, std::string_view 
 }  // namespace
 
 bool BuildLogWriter::append_output(int stream, std::string_view bytes) {
+  if (size_ + static_cast<off_t>(BuildLog::kHeaderSize + bytes.size()) > BuildLog::kLargestLog) {
+    close();
+  }
   return append(stream == 1 ? BuildLog::kOutput : BuildLog::kError, bytes);
 }
 

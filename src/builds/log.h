@@ -20,6 +20,8 @@ struct BuildLog {
   // The most that is read from a pipe or a log at once, and so the longest payload.
   static constexpr std::size_t kLargestPayload = 65536;
   static constexpr std::size_t kHeaderSize = 5;
+  // A log of more output than this is given up.
+  static constexpr off_t kLargestLog = off_t{256} << 20;
 
   enum Kind : unsigned char { kExit = 0, kOutput = 1, kError = 2 };
 
@@ -33,8 +35,9 @@ struct BuildLog {
   using Item = std::variant<Output, Exit>;
 };
 
-// Appends frames to a log. After the first frame that cannot be written whole the log is
-// cut back to the frame before it and closed; later frames go nowhere.
+// Appends frames to a log. After the first frame that cannot be written whole, or would make
+// the log too large, the log is cut back to the frame before it and closed; later frames go
+// nowhere.
 class BuildLogWriter {
  public:
   BuildLogWriter() = default;  // writes nowhere
@@ -45,11 +48,14 @@ class BuildLogWriter {
   bool append_exit(std::int32_t value);
   void close() { log_.reset(); }
 
+  // Bytes of the frames written whole.
+  [[nodiscard]] off_t size() const { return size_; }
+
  private:
   bool append(BuildLog::Kind kind, std::string_view payload);
 
   Descriptor log_;
-  off_t size_ = 0;  // of the frames written whole
+  off_t size_ = 0;
 };
 
 // Cuts frames off a log that arrives in pieces. Takes no more memory than one frame and

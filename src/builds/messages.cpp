@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cstring>
+
 #include "base/io.h"
 
 namespace qv::build::messages {
@@ -31,6 +33,10 @@ std::string uses_fewer_cores(std::int64_t jobs, std::int64_t cores, std::int64_t
     return share + ", because this Mac does not have the memory free for more";
   }
   return share + " while " + other_builds(others) + (others == 1 ? " runs" : " run");
+}
+
+std::string could_not_be_written(int error) {
+  return std::string("this build's output could not be written: ") + std::strerror(error);
 }
 
 void tell(std::string_view sentence) {

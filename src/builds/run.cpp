@@ -7,40 +7,27 @@
 
 #include <unistd.h>
 
-#include <new>
 #include <utility>
 
 #include "base/process.h"
 #include "builds/direct.h"
 #include "builds/messages.h"
+#include "builds/outlet.h"
 #include "builds/pump.h"
+#include "builds/running_lease.h"
 #include "builds/tool_process.h"
 #include "platform/log.h"
 
 namespace qv::build {
 
-namespace {
-
-// Once the tool runs, its build is not lost to a want of memory: files that cannot be removed
-// now go with the next reader of the ledger.
-template <class Action>
-void as_far_as_memory_goes(Action action) {
-  try {
-    action();
-  } catch (const std::bad_alloc&) {
-  }
-}
-
-}  // namespace
-
-int BuildRun::run(BuildLease& own, Start start) {
+int BuildRun::run(BuildLease& own, Start start, PaneOutput& pane) {
   platform::log_started(own.pid, start.jobs.value_or(start.cores), start.cores, start.others);
   if (start.jobs) {
     messages::tell(messages::uses_fewer_cores(*start.jobs, start.cores, start.others));
   }
   prepare_tool(start.jobs || !start.bounded ? start.jobs : start.cores);
   if (!start.log.valid()) become_tool();
-  return run_with_log(own, std::move(start.log));
+  return run_with_log(own, std::move(start.log), pane);
 }
 
 void BuildRun::prepare_tool(const std::optional<std::int64_t>& jobs) {
@@ -52,35 +39,21 @@ void BuildRun::prepare_tool(const std::optional<std::int64_t>& jobs) {
   prepared_ = true;
 }
 
-int BuildRun::run_with_log(BuildLease& own, Descriptor log) {
-  auto tool = ToolProcess::start(command_, caller_);
+int BuildRun::run_with_log(BuildLease& own, Descriptor log, PaneOutput& pane) {
+  RunningLease lease(*ledger_, own);
+  auto outlet = Outlet::start(pane, ledger_->open_log(own));
+  auto tool = outlet ? ToolProcess::start(command_, caller_) : std::nullopt;
   if (!tool) {
+    outlet.reset();
     log.reset();
-    abandon_log(own);
+    lease.give_up_log();
     become_tool();
   }
   BuildLogWriter writer(std::move(log));
-  pump(*tool, writer, [&] { as_far_as_memory_goes([&] { abandon_log(own); }); });
-  tool->wait_until_ended();
+  pump(*tool, writer, *outlet, pane, lease);
+  outlet->finish();
   const std::int32_t value = tool->exit_value();
-  writer.append_exit(value);
-  writer.close();
-  as_far_as_memory_goes([&] {
-    const auto lock = ledger_->lock_briefly();  // without it the files go all the same
-    ledger_->remove(own.pid);
-    ledger_->remove_log(own.pid);
-  });
-  return value < 0 ? 128 - value : value;
-}
-
-// Nobody can follow this build any more, but it goes on.
-void BuildRun::abandon_log(BuildLease& own) {
-  const auto lock = ledger_->lock_briefly();
-  ledger_->remove_log(own.pid);
-  if (!lock) return;
-  own.key.reset();
-  own.log.reset();
-  ledger_->write(own);
+  return pane.status_after(value < 0 ? 128 - value : value);
 }
 
 void BuildRun::become_tool() {

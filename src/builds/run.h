@@ -8,6 +8,7 @@
 #include "builds/command.h"
 #include "builds/lease.h"
 #include "builds/ledger.h"
+#include "builds/pane_output.h"
 #include "builds/pass.h"
 #include "builds/signals.h"
 
@@ -22,9 +23,10 @@ class BuildRun {
 
   [[nodiscard]] const BuildCommand& command() const { return command_; }
 
-  // Runs the tool as the pass said. The tool's exit status, 128 and the signal's number
-  // when a signal ended it. A build without a log becomes its tool and does not return.
-  [[nodiscard]] int run(BuildLease& own, Start start);
+  // Runs the tool as the pass said, and shows what it writes in the pane. The tool's exit
+  // status, 128 and the signal's number when a signal ended it. A build without a log becomes its
+  // tool and does not return.
+  [[nodiscard]] int run(BuildLease& own, Start start, PaneOutput& pane);
 
   // The direct path, which is how every failure of the coordinator ends too: the process
   // becomes the tool. A lease stays, since process id and start time survive.
@@ -32,8 +34,7 @@ class BuildRun {
 
  private:
   void prepare_tool(const std::optional<std::int64_t>& jobs);
-  int run_with_log(BuildLease& own, Descriptor log);
-  void abandon_log(BuildLease& own);
+  int run_with_log(BuildLease& own, Descriptor log, PaneOutput& pane);
 
   BuildCommand command_;
   std::shared_ptr<BuildLedger> ledger_;

@@ -1,8 +1,8 @@
 // A coordinator lives through three stretches. While it queues, a stop signal ends it,
 // after its lease is gone. While its tool runs, the stop signals are the tool's. And
-// when the tool has been reaped they are nobody's: its process id may already belong to
-// somebody else. Handlers do all of it; no second thread is needed, because each only
-// makes a few calls that are safe in a handler.
+// when the tool has been reaped, whose process id may already belong to somebody else, they
+// end this process again, which may still be showing the output. Handlers do all of it,
+// since each only makes a few calls that are safe in a handler.
 
 #include "builds/signals.h"
 
@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <iterator>
 
 namespace qv::build {
 
@@ -24,6 +25,7 @@ constexpr int kPauseSignals[] = {SIGTSTP, SIGTTIN, SIGTTOU};
 char file_to_remove[PATH_MAX];
 std::atomic<pid_t> forward_to{0};
 std::atomic<int> wake_descriptor{-1};
+bool ignored_by_caller[std::size(kStopSignals)];
 
 void replace_unless_ignored(int signal, void (*handler)(int)) {
   struct sigaction before {};
@@ -103,7 +105,11 @@ void forward_stop_signals(pid_t pid, int wake_fd) {
   forward_to = pid;
   wake_descriptor = wake_fd;
   const struct sigaction forwarding = signal_action(forward);
-  for (const int signal : kStopSignals) ::sigaction(signal, &forwarding, nullptr);
+  for (std::size_t i = 0; i < std::size(kStopSignals); ++i) {
+    struct sigaction before {};
+    ::sigaction(kStopSignals[i], &forwarding, &before);
+    ignored_by_caller[i] = is_ignored(before);
+  }
   for (const int signal : kPauseSignals) replace_unless_ignored(signal, SIG_DFL);
   struct sigaction waking = signal_action(wake);
   waking.sa_flags = SA_NOCLDSTOP;
@@ -111,6 +117,12 @@ void forward_stop_signals(pid_t pid, int wake_fd) {
   wake(SIGCHLD);  // for an end that came before the handler
 }
 
-void stop_forwarding() { forward_to = 0; }
+void stop_forwarding() {
+  forward_to = 0;
+  for (std::size_t i = 0; i < std::size(kStopSignals); ++i) {
+    const auto ending = signal_action(ignored_by_caller[i] ? SIG_IGN : remove_and_end);
+    ::sigaction(kStopSignals[i], &ending, nullptr);
+  }
+}
 
 }  // namespace qv::build

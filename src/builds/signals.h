@@ -63,7 +63,8 @@ void remove_file_on_stop(const std::string& path);
 // the descriptor `wake` readable at its other end.
 void forward_stop_signals(pid_t pid, int wake);
 
-// The forwarding ends: stop signals are swallowed, since the process is gone.
+// The forwarding ends, since the process is gone: a stop signal does to this one what it did
+// before.
 void stop_forwarding();
 
 }  // namespace qv::build

@@ -1,6 +1,5 @@
 #include "builds/tool_process.h"
 
-#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "base/process.h"
+#include "platform/tied_spawn.h"
 
 namespace qv::build {
 
@@ -22,11 +22,8 @@ std::optional<ToolProcess> ToolProcess::start(const BuildCommand& command,
                                               const CallerSignals& caller) {
   auto out = process::open_pipe();
   auto err = process::open_pipe();
-  auto wake = process::open_pipe();
-  if (!out || !err || !wake) return std::nullopt;
-  for (const int fd : {wake->read.get(), wake->write.get()}) {
-    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
-  }
+  auto notice = Notice::open();
+  if (!out || !err || !notice) return std::nullopt;
   std::vector<std::string> words{command.tool_path};
   words.insert(words.end(), command.arguments.begin(), command.arguments.end());
   std::vector<std::string> variables = as_strings(command.environment);
@@ -42,14 +39,12 @@ std::optional<ToolProcess> ToolProcess::start(const BuildCommand& command,
   launch.reset = &caller.reset();
 
   const SignalsHeld until_forwarded;  // a signal that comes now is for the tool
-  ToolProcess tool;
-  tool.pid_ = process::spawn(launch);
+  ToolProcess tool(std::move(*notice));
+  tool.pid_ = platform::spawn_tied(launch);
   if (tool.pid_ == 0) return std::nullopt;
   tool.output = std::move(out->read);
   tool.error = std::move(err->read);
-  tool.ended_signal = std::move(wake->read);
-  tool.wake_ = std::move(wake->write);
-  forward_stop_signals(tool.pid_, tool.wake_.get());
+  forward_stop_signals(tool.pid_, tool.notice_.giver());
   return tool;
 }
 

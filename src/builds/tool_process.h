@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "base/descriptor.h"
+#include "base/notice.h"
 #include "builds/command.h"
 #include "builds/signals.h"
 
@@ -21,11 +23,12 @@ class ToolProcess {
   [[nodiscard]] static std::optional<ToolProcess> start(const BuildCommand& command,
                                                         const CallerSignals& caller);
 
-  // Read ends of the tool's standard output and error, and a descriptor that becomes
-  // readable when the tool ends.
+  // Read ends of the tool's standard output and error.
   Descriptor output;
   Descriptor error;
-  Descriptor ended_signal;
+
+  // Given when the tool ends, and perhaps at other times.
+  [[nodiscard]] const Notice& notice() const { return notice_; }
 
   // True when the tool has ended and been reaped; does not wait.
   [[nodiscard]] bool has_ended();
@@ -35,9 +38,9 @@ class ToolProcess {
   [[nodiscard]] std::int32_t exit_value() const;
 
  private:
-  ToolProcess() = default;
+  explicit ToolProcess(Notice notice) : notice_(std::move(notice)) {}
 
-  Descriptor wake_;
+  Notice notice_;
   pid_t pid_ = 0;  // 0 once reaped
   int status_ = 0;
 };
