@@ -10,6 +10,7 @@
 #include "base/io.h"
 #include "base/output.h"
 #include "builds/entry.h"
+#include "builds/shim.h"
 #include "cli/dispatch.h"
 #include "cli/exit_code.h"
 
@@ -17,6 +18,7 @@ namespace {
 
 int run(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
+  if (argc > 0 && qv::build::is_shim(argv[0])) return qv::build::run_shim(argv);
   if (argc > 1 && std::strcmp(argv[1], "__build") == 0) return qv::build::run(argv[0], argv + 2);
 
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);

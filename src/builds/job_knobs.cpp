@@ -182,6 +182,8 @@ bool is_release_for_swift(const Arguments& lowered) {
 
 }  // namespace
 
+bool is_build_tool(std::string_view name) { return find_tool(name) != nullptr; }
+
 bool is_coordinated(std::string_view tool, const Arguments& arguments,
                     const Environment& environment) {
   const Tool* known = find_tool(tool);

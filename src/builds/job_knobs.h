@@ -15,6 +15,9 @@ namespace qv::build {
 
 using Arguments = std::vector<std::string>;
 
+// Whether a tool of that name (a file name without its directories) is known.
+[[nodiscard]] bool is_build_tool(std::string_view name);
+
 // True when `tool` (a file name without its directories) is a known build tool, the
 // arguments ask it to build, and the user has not chosen a job count.
 [[nodiscard]] bool is_coordinated(std::string_view tool, const Arguments& arguments,
