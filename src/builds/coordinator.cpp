@@ -41,6 +41,7 @@ class Coordinator {
  private:
   void take_a_place();
   PassOutcome pass();
+  void explain(const std::string& why) const;
   // What an outcome leads to: the build's exit status, or nothing when it has to ask again.
   std::optional<int> act(Wait& wait);
   std::optional<int> act(Hold& hold);
@@ -99,10 +100,17 @@ PassOutcome Coordinator::pass() {
   return decide(candidate_, *ledger_, memory, platform::waking_seconds());
 }
 
+// Why it waits; and the first time, to a person, what can be done about it.
+void Coordinator::explain(const std::string& why) const {
+  messages::tell(why);
+  const bool first = !wait_told_ || !hold_told_;
+  if (first && ::isatty(STDERR_FILENO) == 1) messages::tell(messages::kWhatToDo);
+}
+
 std::optional<int> Coordinator::act(Wait& wait) {
   if (!std::exchange(wait_told_, true)) {
     platform::log_held_for_cores(candidate_.lease.pid, wait.ahead);
-    messages::tell(messages::waits_for_cores(wait.ahead));
+    explain(messages::waits_for_cores(wait.ahead));
   }
   std::this_thread::sleep_for(kPause);
   return std::nullopt;
@@ -111,8 +119,8 @@ std::optional<int> Coordinator::act(Wait& wait) {
 std::optional<int> Coordinator::act(Hold& hold) {
   if (!std::exchange(hold_told_, true)) {
     platform::log_held_for_memory(candidate_.lease.pid, hold.ahead, hold.critical);
-    messages::tell(hold.critical ? std::string(messages::kCritical)
-                                 : messages::waits_for_memory(hold.ahead));
+    explain(hold.critical ? std::string(messages::kCritical)
+                          : messages::waits_for_memory(hold.ahead));
   }
   std::this_thread::sleep_for(kPause);
   return std::nullopt;
