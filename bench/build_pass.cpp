@@ -14,9 +14,11 @@
 #include <filesystem>
 #include <vector>
 
+#include "builds/ledger_folder.h"
 #include "builds/pass.h"
 #include "platform/clock.h"
 #include "platform/machine.h"
+#include "platform/process.h"
 
 namespace {
 
@@ -56,6 +58,7 @@ double median_milliseconds_of_a_pass(BuildLedger& ledger, const Readings& readin
   std::vector<double> times;
   for (int pass = 0; pass < kPasses; ++pass) {
     const BuildMemory memory = readings.memory();
+    ledger.look_ahead();
     const auto lock = ledger.lock();
     const auto start = Clock::now();
     (void)decide(candidate, ledger, memory, qv::platform::waking_seconds());
@@ -105,11 +108,11 @@ int main(int argc, char** argv) {
     std::string home = std::filesystem::temp_directory_path() / "qv-bench-XXXXXX";
     if (::mkdtemp(home.data()) == nullptr) return 1;
     const std::string directory = home + "/Library/Application Support/Quorvel/builds";
-    const auto ledger = BuildLedger::open(directory);
+    const auto ledger = LedgerFolder::open(directory);
     const auto sleepers = start_sleepers(count);
     for (const pid_t pid : sleepers) {
       // Each through a ledger of its own, as each process has one.
-      BuildLedger::open(directory)->write(lease_of(pid, pid == sleepers.front()));
+      LedgerFolder::open(directory)->write(lease_of(pid, pid == sleepers.front()));
     }
     ::usleep(100'000);
     const Readings readings(read_environment(), "", directory);

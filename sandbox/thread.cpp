@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/text.h"
-#include "platform/machine.h"
+#include "platform/process.h"
 
 namespace qv::sandbox {
 

@@ -51,7 +51,7 @@ std::optional<int> run_coordinated(const char* program, char** arguments) {
     return std::nullopt;
   }
   const std::string home = platform::home_directory();
-  auto ledger = BuildLedger::open(home + "/Library/Application Support/Quorvel/builds");
+  auto ledger = LedgerFolder::open(home + "/Library/Application Support/Quorvel/builds");
   if (ledger == nullptr) return std::nullopt;
   return coordinate(std::move(command), std::move(ledger), program);
 }

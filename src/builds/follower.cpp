@@ -13,6 +13,7 @@
 #include "base/io.h"
 #include "builds/live_processes.h"
 #include "builds/log.h"
+#include "platform/clock.h"
 
 namespace qv::build {
 
@@ -75,7 +76,9 @@ void Follower::show(const BuildLog::Output& output) {
 std::optional<int> follow(Descriptor log, const BuildLease& leader) {
   Follower follower(std::move(log));
   bool open = follower.catch_up();
-  while (open && is_alive(leader)) {
+  LiveProcesses processes;
+  while (open && processes.contains(leader) &&
+         !processes.is_stopped(leader, platform::waking_seconds())) {
     std::this_thread::sleep_for(kPause);
     open = follower.catch_up();
   }

@@ -23,6 +23,13 @@ struct BuildLease {
   friend bool operator==(const BuildLease&, const BuildLease&) = default;
 };
 
+// The lease of a live process, as a reader of the ledger finds it.
+struct LiveLease {
+  BuildLease lease;
+  double age = 0;        // of its file: at least so many seconds, those of sleep not counted
+  bool stopped = false;  // the process has been stopped for a while, and does nothing
+};
+
 }  // namespace qv::build
 
 template <>

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "base/descriptor.h"
 #include "builds/ledger.h"
@@ -27,18 +30,30 @@ struct Start {
 };
 using PassOutcome = std::variant<Wait, Hold, Follow, Start>;
 
+// What tells a build from another, and when it was begun to be found out, in waking seconds.
+struct FoundKey {
+  std::string key;
+  double begun = 0;
+  bool renewed = false;  // just now: the next pass acts on it, however long it took
+};
+
 // A build that asks for its turn: what it remembers from pass to pass.
 struct Candidate {
   BuildLease lease;
-  bool release = false;            // optimised builds need more memory
-  std::optional<std::string> key;  // without one it neither leads nor follows
+  bool release = false;         // optimised builds need more memory
+  std::optional<FoundKey> key;  // without one it neither leads nor follows
   bool may_follow = true;
   HoldTimer hold_timer;
+  // Since the last pass: whether few enough are ahead to ask often, and the processes whose
+  // end may change the answer.
+  bool is_near = true;
+  std::vector<pid_t> waits_for;
 };
 
 // One pass. The ledger's lock is held by the caller; the candidate's lease is updated and
-// written, or removed in order to follow. `now` is in waking seconds.
-[[nodiscard]] PassOutcome decide(Candidate& candidate, BuildLedger& ledger,
-                                 const BuildMemory& memory, double now);
+// written, or removed in order to follow. `now` is in waking seconds. Nothing, and the build
+// stays queued, when its turn has come and its key is too old to act on.
+[[nodiscard]] std::optional<PassOutcome> decide(Candidate& candidate, BuildLedger& ledger,
+                                                const BuildMemory& memory, double now);
 
 }  // namespace qv::build

@@ -66,7 +66,7 @@ int BuildRun::run_with_log(BuildLease& own, Descriptor log) {
   writer.append_exit(value);
   writer.close();
   as_far_as_memory_goes([&] {
-    const auto lock = ledger_->lock();  // without it the files go all the same
+    const auto lock = ledger_->lock_briefly();  // without it the files go all the same
     ledger_->remove(own.pid);
     ledger_->remove_log(own.pid);
   });
@@ -75,7 +75,7 @@ int BuildRun::run_with_log(BuildLease& own, Descriptor log) {
 
 // Nobody can follow this build any more, but it goes on.
 void BuildRun::abandon_log(BuildLease& own) {
-  const auto lock = ledger_->lock();
+  const auto lock = ledger_->lock_briefly();
   ledger_->remove_log(own.pid);
   if (!lock) return;
   own.key.reset();

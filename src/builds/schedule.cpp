@@ -4,6 +4,12 @@
 // builds start one at a time, and with the little that is left only a few jobs each. The
 // build in the focused pane goes first and never waits for cores; the rest come in the
 // order in which they asked.
+//
+// A running build may be a server that never ends. So one that has run for ten minutes is at
+// a standstill: it is still counted in what builds say, but its cores are lent to others,
+// two jobs at a time, and after ten more minutes its memory is too, one job at a time. The
+// age of its lease is all that is asked, so nothing that comes or goes prolongs this. A
+// process that is stopped uses no cores at all, and a queue does not wait for it.
 
 #include "builds/schedule.h"
 
@@ -30,6 +36,10 @@ constexpr std::int64_t kFocusedThirdFromCores = 6;  // from here a focused build
 constexpr std::int64_t kShareFromCores = 3;         // below, unfocused builds run one by one
 constexpr std::int64_t kLeastFree = 2;
 
+constexpr double kStandstill = 600;  // seconds; for cores, and as long again for memory
+constexpr std::int64_t kJobsOnLentCores = 2;
+constexpr std::int64_t kJobsOnLentMemory = 1;
+
 bool is_warning(int pressure) { return pressure >= kWarning; }
 bool is_critical(int pressure) { return pressure >= kCritical; }
 
@@ -48,6 +58,7 @@ std::int64_t difference(std::int64_t a, std::int64_t b) {
 // One decision in the making.
 struct Choice {
   const BuildPlan& plan;
+  const BuildPlan::Load& load;
   std::int64_t cores;  // as the system says
   std::int64_t n;      // at least 1
   std::optional<std::int64_t> cap;
@@ -55,7 +66,7 @@ struct Choice {
 
   [[nodiscard]] std::int64_t before_us() const { return sum(plan.running, plan.ahead); }
   [[nodiscard]] bool may_run_alone() const {
-    return plan.running == 0 && (plan.ahead == 0 || plan.focused);
+    return load.builds == 0 && (plan.ahead == 0 || plan.focused);
   }
   [[nodiscard]] bool yields_to_running() const {
     return plan.running > 0 && is_warning(pressure) && !plan.focused;
@@ -64,6 +75,11 @@ struct Choice {
   [[nodiscard]] std::optional<std::int64_t> tight_cap() const {
     if (!cap || std::max<std::int64_t>(*cap, 1) >= n) return std::nullopt;
     return std::max<std::int64_t>(*cap, 1);
+  }
+
+  // Whoever runs has memory, whether its cores count or not.
+  [[nodiscard]] bool has_memory_to_wait_for() const {
+    return plan.running > 0 && cap == 0 && !plan.focused;
   }
 
   [[nodiscard]] BuildDecision ungoverned() const;
@@ -75,33 +91,34 @@ struct Choice {
 };
 
 BuildDecision Choice::ungoverned() const {
-  if (may_run_alone()) return Run{};
   if (plan.running > 0 && (is_critical(pressure) || yields_to_running())) {
     return Hold{before_us(), is_critical(pressure)};
   }
+  if (may_run_alone()) return Run{};
   return share();
 }
 
 BuildDecision Choice::governed() const {
   if (is_critical(pressure)) return Hold{before_us(), true};
-  if (may_run_alone()) return alone();
   if (yields_to_running()) return Hold{before_us(), false};
+  if (may_run_alone()) return alone();
   return share();
 }
 
 BuildDecision Choice::alone() const {
+  if (has_memory_to_wait_for()) return Hold{before_us(), false};
   if (!is_warning(pressure)) return Run{tight_cap()};
   const std::int64_t quarter = cores >= kQuarterFromCores ? n / 4 : kFewJobs;
   return Run{std::min(tight_cap().value_or(n), quarter)};
 }
 
 BuildDecision Choice::share() const {
-  const std::int64_t free = difference(sum(n, n / 2), plan.used);
+  const std::int64_t free = difference(sum(n, n / 2), load.jobs);
   const std::int64_t third = n / 3;
   const std::int64_t limit = cap ? std::max<std::int64_t>(*cap, 1) : n;
   if (plan.focused) return Run{std::min(focused_jobs(free, third), limit)};
   if (!may_start(free, third)) return Wait{before_us()};
-  if (cap == 0) return Hold{before_us(), false};
+  if (has_memory_to_wait_for()) return Hold{before_us(), false};
   return Run{std::min({free, n, limit})};
 }
 
@@ -112,24 +129,35 @@ std::int64_t Choice::focused_jobs(std::int64_t free, std::int64_t third) const {
 
 bool Choice::may_start(std::int64_t free, std::int64_t third) const {
   if (plan.ahead > 0 || free < kLeastFree) return false;
-  return cores < kShareFromCores ? plan.running == 0 : third > plan.running;
+  return cores < kShareFromCores ? load.builds == 0 : third > load.builds;
 }
 
 }  // namespace
 
-BuildPlan BuildPlan::of(const BuildLease& own, const std::vector<BuildLease>& others,
-                        bool release) {
+bool is_before(const BuildLease& one, const BuildLease& other) {
+  return one.focused != other.focused ? one.focused : one.queuedAt < other.queuedAt;
+}
+
+BuildPlan BuildPlan::of(const BuildLease& own, const std::vector<LiveLease>& others, bool release) {
   BuildPlan plan;
   plan.focused = own.focused;
   plan.release = release;
-  for (const BuildLease& other : others) {
-    if (other.running) {
+  plan.outwaited = true;
+  const auto add = [](Load& load, const BuildLease& lease) {
+    ++load.builds;
+    load.jobs = sum(load.jobs, lease.jobs);
+  };
+  for (const LiveLease& other : others) {
+    if (other.lease.running) {
       ++plan.running;
-      plan.used = sum(plan.used, other.jobs);
-    } else if (other.focused != own.focused ? other.focused : other.queuedAt < own.queuedAt) {
+      if (!other.stopped) add(plan.load, other.lease);
+      if (!other.stopped && other.age < kStandstill) add(plan.moving, other.lease);
+      plan.outwaited = plan.outwaited && other.age >= 2 * kStandstill;
+    } else if (!other.stopped && is_before(other.lease, own)) {
       ++plan.ahead;
     }
   }
+  plan.outwaited = plan.outwaited && plan.running > 0;
   return plan;
 }
 
@@ -143,8 +171,20 @@ BuildDecision BuildSchedule::decide(const BuildPlan& plan, const BuildMemory& me
     if (now - *timer >= kLongestCriticalHold) pressure = kWarning;
   }
   const std::int64_t n = std::max(memory.cores, 1);
-  const Choice choice{plan, memory.cores, n, memory_cap(memory, plan.release), pressure};
-  return memory.governed ? choice.governed() : choice.ungoverned();
+  const auto choose = [&](const BuildPlan::Load& load) {
+    const Choice choice{plan, load, memory.cores, n, memory_cap(memory, plan.release), pressure};
+    return memory.governed ? choice.governed() : choice.ungoverned();
+  };
+  const BuildDecision decision = choose(plan.moving);
+  if (const auto* run = std::get_if<Run>(&decision)) {
+    if (std::holds_alternative<Run>(choose(plan.load))) return decision;
+    return Run{std::min(run->jobs.value_or(n), kJobsOnLentCores)};
+  }
+  const auto* hold = std::get_if<Hold>(&decision);
+  if (hold != nullptr && !hold->critical && plan.outwaited && plan.ahead == 0) {
+    return Run{kJobsOnLentMemory};
+  }
+  return decision;
 }
 
 std::optional<std::int64_t> BuildSchedule::memory_cap(const BuildMemory& memory, bool release) {

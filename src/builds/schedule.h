@@ -29,16 +29,27 @@ struct Hold {
 };
 using BuildDecision = std::variant<Run, Wait, Hold>;
 
+// Whether a queued build comes before another queued one.
+[[nodiscard]] bool is_before(const BuildLease& one, const BuildLease& other);
+
 // The other builds, counted as one build sees them.
 struct BuildPlan {
+  // What running builds take of the cores.
+  struct Load {
+    std::int64_t builds = 0;
+    std::int64_t jobs = 0;
+  };
+
   std::int64_t running = 0;
-  std::int64_t ahead = 0;  // queued, and before this one
-  std::int64_t used = 0;   // jobs of the running ones
+  std::int64_t ahead = 0;  // queued, and before this one; stopped ones are before nobody
+  Load load;               // of the running ones that are not stopped
+  Load moving;             // of those that are not at a standstill either
+  bool outwaited = false;  // some run, and all have been at a standstill for ten minutes
   bool focused = false;    // this build
   bool release = false;    // this build
 
   // `others` are the live leases of all builds but `own`.
-  [[nodiscard]] static BuildPlan of(const BuildLease& own, const std::vector<BuildLease>& others,
+  [[nodiscard]] static BuildPlan of(const BuildLease& own, const std::vector<LiveLease>& others,
                                     bool release);
 };
 

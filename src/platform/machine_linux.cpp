@@ -6,18 +6,14 @@
 
 #include "platform/machine_linux.h"
 
-#include <fcntl.h>
 #include <sched.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 #include <thread>
 
-#include "base/descriptor.h"
 #include "base/files.h"
 #include "platform/machine.h"
 
@@ -59,15 +55,6 @@ std::optional<std::uint64_t> number_after(std::string_view text, std::string_vie
 std::optional<std::uint64_t> number_of_file(const std::string& path) {
   const auto text = files::read(path);
   return text ? number_in(*text) : std::nullopt;
-}
-
-// Seconds from 1970 to the start of the machine, read once.
-std::optional<std::uint64_t> boot_time() {
-  static const std::optional<std::uint64_t> seconds = [] {
-    const auto text = files::read("/proc/stat");
-    return text ? number_after(*text, "btime ") : std::nullopt;
-  }();
-  return seconds;
 }
 
 }  // namespace
@@ -163,30 +150,5 @@ int active_cores() {
 }
 
 std::optional<std::uint64_t> available_memory() { return LinuxMachine("").available_memory(); }
-
-// /proc/PID/stat: "42 (name) S ...", where the name may hold anything; behind it come the
-// state and, as the twentieth field, the start in clock ticks since the machine's own.
-std::optional<double> start_time(pid_t pid) {
-  char text[1024];
-  const std::string path = "/proc/" + std::to_string(pid) + "/stat";
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  const ssize_t count = file.valid() ? ::read(file.get(), text, sizeof text) : -1;
-  if (count <= 0) return std::nullopt;
-  std::string_view fields(text, static_cast<std::size_t>(count));
-  const std::size_t name_end = fields.rfind(')');
-  if (name_end == std::string_view::npos || name_end + 2 >= fields.size()) return std::nullopt;
-  fields.remove_prefix(name_end + 2);
-  if (fields.front() == 'Z' || fields.front() == 'X') return std::nullopt;
-  for (int skipped = 0; skipped < 19; ++skipped) {
-    const std::size_t blank = fields.find(' ');
-    if (blank == std::string_view::npos) return std::nullopt;
-    fields.remove_prefix(blank + 1);
-  }
-  const auto ticks = number_in(fields);
-  const auto boot = boot_time();
-  if (!ticks || !boot) return std::nullopt;
-  const auto ticks_per_second = static_cast<double>(::sysconf(_SC_CLK_TCK));
-  return static_cast<double>(*boot) + static_cast<double>(*ticks) / ticks_per_second;
-}
 
 }  // namespace qv::platform

@@ -1,6 +1,6 @@
 // What a reader of the ledger keeps, what it removes, and what it must never touch.
 
-#include "builds/ledger.h"
+#include "builds/ledger_folder.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -11,7 +11,7 @@
 #include <set>
 
 #include "base/files.h"
-#include "platform/machine.h"
+#include "platform/process.h"
 #include "support.h"
 
 namespace qv::build {
@@ -51,7 +51,7 @@ class Ledger : public testing::Test {
  protected:
   ScratchDirectory scratch_;
   std::string dir_ = scratch_.file("a/builds");
-  std::shared_ptr<BuildLedger> ledger_ = BuildLedger::open(dir_);
+  std::shared_ptr<LedgerFolder> ledger_ = LedgerFolder::open(dir_);
 
   void put(const std::string& name, const std::string& bytes) {
     scratch_.write("a/builds/" + name, bytes);
@@ -60,9 +60,14 @@ class Ledger : public testing::Test {
   [[nodiscard]] bool has(const std::string& name) const {
     return std::filesystem::exists(std::filesystem::symlink_status(dir_ + "/" + name));
   }
+  [[nodiscard]] std::vector<BuildLease> leases() const {
+    std::vector<BuildLease> found;
+    for (const LiveLease& one : ledger_->read_live(0)) found.push_back(one.lease);
+    return found;
+  }
   [[nodiscard]] std::set<pid_t> live() const {
     std::set<pid_t> pids;
-    for (const BuildLease& lease : ledger_->read_live()) pids.insert(lease.pid);
+    for (const BuildLease& lease : leases()) pids.insert(lease.pid);
     return pids;
   }
 };
@@ -79,12 +84,12 @@ TEST_F(Ledger, IsPrivateOrNone) {
 
   for (const char* folder : {"a/builds", "a/builds/logs"}) {
     ::chmod((scratch_.file(folder)).c_str(), 0722);
-    EXPECT_EQ(BuildLedger::open(dir_), nullptr) << folder << " is writable by others";
+    EXPECT_EQ(LedgerFolder::open(dir_), nullptr) << folder << " is writable by others";
     ::chmod((scratch_.file(folder)).c_str(), 0755);
-    EXPECT_NE(BuildLedger::open(dir_), nullptr) << folder << " is readable by others";
+    EXPECT_NE(LedgerFolder::open(dir_), nullptr) << folder << " is readable by others";
   }
   scratch_.write("file", "");
-  EXPECT_EQ(BuildLedger::open(scratch_.file("file/builds")), nullptr);
+  EXPECT_EQ(LedgerFolder::open(scratch_.file("file/builds")), nullptr);
 }
 
 TEST_F(Ledger, WritesLeasesWhole) {
@@ -94,7 +99,7 @@ TEST_F(Ledger, WritesLeasesWhole) {
   const std::string path = ledger_->lease_path(lease.pid);
   EXPECT_EQ(path, dir_ + "/" + std::to_string(::getpid()) + ".json");
   ledger_->write(lease);
-  EXPECT_EQ(ledger_->read_live(), std::vector{lease});
+  EXPECT_EQ(leases(), std::vector{lease});
   struct stat first {};
   ASSERT_EQ(::stat(path.c_str(), &first), 0);
   EXPECT_EQ(first.st_mode & 0777U, 0600U);
@@ -108,13 +113,13 @@ TEST_F(Ledger, WritesLeasesWhole) {
   EXPECT_EQ(inode(), first.st_ino) << "nothing new, not written again";
   lease.reason = "memory";
   ledger_->write(lease);
-  EXPECT_EQ(ledger_->read_live(), std::vector{lease});
+  EXPECT_EQ(leases(), std::vector{lease});
   put(std::string(files::name_of(path)), "spoilt");
   ledger_->write(lease);
-  EXPECT_EQ(ledger_->read_live(), std::vector{lease}) << "written again over another's bytes";
+  EXPECT_EQ(leases(), std::vector{lease}) << "written again over another's bytes";
   ledger_->remove(lease.pid);
   ledger_->write(lease);
-  EXPECT_EQ(ledger_->read_live(), std::vector{lease}) << "written again when it is gone";
+  EXPECT_EQ(leases(), std::vector{lease}) << "written again when it is gone";
 }
 
 TEST_F(Ledger, DropsWhatNobodyOwns) {
@@ -155,7 +160,7 @@ TEST_F(Ledger, KnowsAnUnchangedLeaseAndNoticesAChange) {
     lease.jobs = jobs;
     ASSERT_TRUE(files::replace(path, record::to_text(lease)));
     for (int reading = 0; reading < 3; ++reading) {
-      ASSERT_EQ(ledger_->read_live(), std::vector{lease});
+      ASSERT_EQ(leases(), std::vector{lease});
       ::usleep(30'000);  // beyond the grain of file times, where a state is remembered
     }
   }

@@ -4,9 +4,11 @@
 #include <unistd.h>
 
 #include "base/files.h"
+#include "builds/ledger_folder.h"
 #include "builds/messages.h"
 #include "builds/pass.h"
 #include "platform/machine.h"
+#include "platform/process.h"
 #include "support.h"
 
 namespace qv::build {
@@ -27,7 +29,7 @@ class Pass : public testing::Test {
     other_.log = scratch_.file("builds/logs/") + std::to_string(::getppid()) + ".log";
   }
   PassOutcome pass(int cores, int pressure = 1) {
-    return decide(candidate_, *ledger_, {pressure, cores, std::uint64_t{1} << 40, true}, 0);
+    return decide(candidate_, *ledger_, {pressure, cores, std::uint64_t{1} << 40, true}, 0).value();
   }
   void put_other() {
     ASSERT_TRUE(files::replace(ledger_->lease_path(other_.pid), record::to_text(other_)));
@@ -37,7 +39,7 @@ class Pass : public testing::Test {
   }
 
   ScratchDirectory scratch_;
-  std::shared_ptr<BuildLedger> ledger_ = BuildLedger::open(scratch_.file("builds"));
+  std::shared_ptr<LedgerFolder> ledger_ = LedgerFolder::open(scratch_.file("builds"));
   Candidate candidate_;
   BuildLease other_;
 };
@@ -62,9 +64,9 @@ TEST_F(Pass, TellsItsLeaseFromWaitToRun) {
 }
 
 TEST_F(Pass, RunsUnrestrictedWithALogOfItsOwn) {
-  candidate_.key = "k";
+  candidate_.key = FoundKey{"k"};
   scratch_.write("builds/logs/" + std::to_string(::getpid()) + ".log", "older");
-  const PassOutcome step = decide(candidate_, *ledger_, {.cores = 6, .bounded = true}, 0);
+  const PassOutcome step = decide(candidate_, *ledger_, {.cores = 6, .bounded = true}, 0).value();
   const auto& start = std::get<Start>(step);
   EXPECT_EQ(start.jobs, std::nullopt);
   EXPECT_TRUE(start.bounded && start.cores == 6);
@@ -78,9 +80,9 @@ TEST_F(Pass, RunsUnrestrictedWithALogOfItsOwn) {
 TEST_F(Pass, FollowsTheSameBuildOnce) {
   scratch_.write("builds/logs/" + std::to_string(::getppid()) + ".log", "");
   put_other();
-  candidate_.key = "other";
+  candidate_.key = FoundKey{"other"};
   EXPECT_TRUE(std::holds_alternative<Wait>(pass(2))) << "another key";
-  candidate_.key = "k";
+  candidate_.key = FoundKey{"k"};
   PassOutcome step = pass(2);
   EXPECT_EQ(std::get<Follow>(step).leader, other_);
   EXPECT_TRUE(std::get<Follow>(step).log.valid());

@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "platform/machine.h"
+#include "platform/process.h"
 #include "support.h"
 
 namespace qv::platform {
