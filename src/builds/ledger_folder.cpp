@@ -305,10 +305,7 @@ std::optional<BuildLease> LedgerFolder::read_lease(const std::string& name) cons
   const auto bytes = io::read_to_end(file.get(), kLargestLease);
   if (!bytes) return std::nullopt;
   errno = 0;
-  auto lease = record::from_text<BuildLease>(*bytes);
-  // No machine runs that many jobs, and sums of them have to stay in range.
-  if (lease && !std::in_range<std::uint16_t>(lease->jobs)) lease.reset();
-  return lease;
+  return lease_from(*bytes);
 }
 
 void LedgerFolder::remove_stale(const std::string& name, const Known& known) const {

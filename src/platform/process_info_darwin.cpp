@@ -1,3 +1,5 @@
+#include "platform/process_info_darwin.h"
+
 #include <libproc.h>
 #include <mach-o/dyld.h>
 #include <sys/sysctl.h>
@@ -11,15 +13,18 @@
 
 namespace qv::platform {
 
-// The kernel's copy: the number of words, the program's path, zeros, and then each word with
-// a zero behind it.
-std::vector<std::string> command_line(pid_t pid) {
+std::string arguments_and_environment(pid_t pid) {
   int name[] = {CTL_KERN, KERN_PROCARGS2, pid};
   std::size_t size = 0;
   if (::sysctl(name, 3, nullptr, &size, nullptr, 0) != 0) return {};
   std::string bytes(size, '\0');
   if (::sysctl(name, 3, bytes.data(), &size, nullptr, 0) != 0) return {};
   bytes.resize(size);
+  return bytes;
+}
+
+std::vector<std::string> command_line(pid_t pid) {
+  const std::string bytes = arguments_and_environment(pid);
   std::int32_t count = 0;
   if (bytes.size() < sizeof count) return {};
   std::memcpy(&count, bytes.data(), sizeof count);
