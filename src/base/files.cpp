@@ -1,5 +1,6 @@
 #include "base/files.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <utility>
 
 #include "base/descriptor.h"
 #include "base/io.h"
@@ -63,6 +65,21 @@ bool make_private_directories(const std::string& path) {
   }
   ::mkdir(path.c_str(), 0700);
   return is_directory(path);
+}
+
+std::optional<std::vector<std::string>> names_in(int directory) {
+  const int fd = ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  DIR* listing = fd < 0 ? nullptr : ::fdopendir(fd);
+  if (listing == nullptr) {
+    if (fd >= 0) ::close(fd);
+    return std::nullopt;
+  }
+  std::vector<std::string> names;
+  const dirent* entry = nullptr;
+  while (errno = 0, (entry = ::readdir(listing)) != nullptr) names.emplace_back(entry->d_name);
+  const bool whole = errno == 0;
+  ::closedir(listing);
+  return whole ? std::optional(std::move(names)) : std::nullopt;
 }
 
 bool exists(const std::string& path) { return status_of(path).has_value(); }

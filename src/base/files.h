@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Small private files, read whole and written whole.
 namespace qv::files {
@@ -23,6 +24,9 @@ namespace qv::files {
 // Creates the directory and its missing parents with mode 0700. False when it is not
 // there afterwards.
 bool make_private_directories(const std::string& path);
+
+// The names of an open directory's entries, in its own order; absent when it cannot be listed.
+[[nodiscard]] std::optional<std::vector<std::string>> names_in(int directory);
 
 [[nodiscard]] bool exists(const std::string& path);
 [[nodiscard]] bool is_directory(const std::string& path);

@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
 
 #include "base/record.h"
 
@@ -44,15 +42,3 @@ struct qv::record::Schema<qv::build::BuildLease> {
                  optional("key", &Lease::key),         optional("log", &Lease::log),
                  optional("reason", &Lease::reason)};
 };
-
-namespace qv::build {
-
-// The lease in the bytes of a file; absent when they are none.
-[[nodiscard]] inline std::optional<BuildLease> lease_from(std::string_view bytes) {
-  auto lease = record::from_text<BuildLease>(bytes);
-  // No machine runs that many jobs, and sums of them have to stay in range.
-  if (lease && !std::in_range<std::uint16_t>(lease->jobs)) lease.reset();
-  return lease;
-}
-
-}  // namespace qv::build

@@ -2,18 +2,9 @@
 // others. So a build's whole presence is one small file named by its process id, and
 // whoever reads the ledger drops the files of processes that are gone. Nobody has to
 // clean up after a crash, and no daemon has to be alive.
-//
-// Hundreds of builds may wait, and each reads the ledger again and again. A lease file is
-// only ever replaced whole, so one whose inode, size and time are unchanged is not read and
-// decoded again, and a lease that says nothing new is not written again. Leases and their
-// processes are looked at before the lock is taken; under it only what changed meanwhile is
-// read. A death seen late can delay a start, never allow one.
-//
-// Nothing is concluded from a shortage: what cannot be read now may be read later.
 
 #include "builds/ledger_folder.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -26,10 +17,9 @@
 #include <utility>
 
 #include "base/files.h"
-#include "base/io.h"
 #include "base/text.h"
 #include "builds/signals.h"
-#include "platform/awake.h"
+#include "platform/boot.h"
 #include "platform/clock.h"
 #include "platform/file_times.h"
 #include "platform/process.h"
@@ -42,36 +32,9 @@ namespace {
 constexpr double kLongestWithoutMovement = 5;
 constexpr double kLongestInAll = 60;
 constexpr std::chrono::milliseconds kLockPause{50};
+constexpr double kSecondsOfADay = 86400;
 
-constexpr off_t kLargestLease = off_t{64} << 10;
-
-// A file changed this recently may change once more within the clock's grain, so what was
-// read of it is not kept.
-constexpr double kClockGrainSeconds = 0.05;
-
-constexpr std::string_view kLeaseEnding = ".json";
 constexpr std::string_view kLogEnding = ".log";
-
-// Errors that say something about this moment and nothing about the file.
-bool is_passing(int error) {
-  return error == EMFILE || error == ENFILE || error == ENOMEM || error == EINTR || error == EIO;
-}
-
-// The names of a directory's entries, in its own order; absent when it cannot be listed.
-std::optional<std::vector<std::string>> names_in(const Descriptor& directory) {
-  const int fd = ::openat(directory.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  DIR* listing = fd < 0 ? nullptr : ::fdopendir(fd);
-  if (listing == nullptr) {
-    if (fd >= 0) ::close(fd);
-    return std::nullopt;
-  }
-  std::vector<std::string> names;
-  errno = 0;
-  while (const dirent* entry = ::readdir(listing)) names.emplace_back(entry->d_name);
-  const bool whole = errno == 0;
-  ::closedir(listing);
-  return whole ? std::optional(std::move(names)) : std::nullopt;
-}
 
 bool is_private_to_us(int fd) {
   struct stat status {};
@@ -86,29 +49,6 @@ bool can_be_locked(int fd) {
   }
   ::flock(fd, LOCK_UN);
   return true;
-}
-
-std::optional<pid_t> pid_of(std::string_view name, std::string_view ending) {
-  if (!name.ends_with(ending)) return std::nullopt;
-  name.remove_suffix(ending.size());
-  const auto pid = text::whole_number(name);
-  if (!pid || *pid <= 0 || !std::in_range<pid_t>(*pid)) return std::nullopt;
-  return std::to_string(*pid) == name ? std::optional(static_cast<pid_t>(*pid)) : std::nullopt;
-}
-
-// Seconds on the wall clock since the file changed; negative for a time in the future.
-double seconds_since(const platform::FileTime& modified) {
-  return platform::wall_clock_seconds() - static_cast<double>(modified.seconds) -
-         static_cast<double>(modified.nanoseconds) / 1e9;
-}
-
-// For a lease that cannot be read just now: what it would take for no build to start that
-// should not.
-BuildLease stand_in(std::string_view name) {
-  BuildLease lease;
-  lease.pid = pid_of(name, kLeaseEnding).value_or(::getpid());
-  lease.running = true;
-  return lease;
 }
 
 }  // namespace
@@ -139,7 +79,8 @@ class LedgerFolder::Held final : public BuildLedger::Lock {
 std::shared_ptr<LedgerFolder> LedgerFolder::open(const std::string& directory) {
   auto files = open_files(directory);
   if (!files) return nullptr;
-  return std::shared_ptr<LedgerFolder>(new LedgerFolder(directory, std::move(*files)));
+  const std::shared_ptr<LedgerFolder> ledger(new LedgerFolder(directory, std::move(*files)));
+  return ledger->move_in() ? ledger : nullptr;
 }
 
 std::optional<LedgerFolder::Files> LedgerFolder::open_files(const std::string& directory) {
@@ -154,6 +95,27 @@ std::optional<LedgerFolder::Files> LedgerFolder::open_files(const std::string& d
                                    O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
   if (!files.lock.valid() || !can_be_locked(files.lock.get())) return std::nullopt;
   return files;
+}
+
+// False when builds use the folder whose processes cannot be seen from here.
+bool LedgerFolder::move_in() {
+  Tenure whose = tenure();
+  if (whose == Tenure::ours) return true;
+  const auto lock = take_lock(kLongestWithoutMovement, kLongestInAll);
+  if (lock == nullptr) return false;
+  whose = tenure();  // nobody else moves in now
+  if (whose == Tenure::elsewhere && was_used_lately()) return false;
+  if (whose != Tenure::ours) platform::write_mark(files_.directory.get(), mark_);
+  return true;
+}
+
+Tenure LedgerFolder::tenure() { return look_at_mark(files_.directory.get(), mark_); }
+
+bool LedgerFolder::was_used_lately() const {
+  return std::ranges::any_of(leases_.names(), [&](const std::string& name) {
+    const auto state = leases_.state_of(name);
+    return state && state->age() < kSecondsOfADay;
+  });
 }
 
 std::unique_ptr<BuildLedger::Lock> LedgerFolder::lock() {
@@ -176,7 +138,8 @@ std::unique_ptr<BuildLedger::Lock> LedgerFolder::take_lock(double without_moveme
       auto anew = open_files(dir_);
       if (!anew) return nullptr;
       files_ = std::move(*anew);
-      known_.clear();
+      if (!mark_.empty()) platform::write_mark(files_.directory.get(), mark_);
+      leases_ = LeaseFiles(files_.directory.get());
       written_.clear();
       continue;
     }
@@ -213,109 +176,38 @@ void LedgerFolder::write(const BuildLease& lease) {
   const std::string path = lease_path(lease.pid);
   const std::string name(files::name_of(path));
   std::string bytes = record::to_text(lease);
-  if (bytes == written_ && written_state_ && state_of(name) == written_state_) return;
+  if (bytes == written_ && written_state_ && leases_.state_of(name) == written_state_) return;
   if (!files::replace_through(path + ".tmp", path, bytes)) return;
   written_ = std::move(bytes);
-  written_state_ = state_of(name);
+  written_state_ = leases_.state_of(name);
 }
 
 void LedgerFolder::remove(pid_t pid) { ::unlink(lease_path(pid).c_str()); }
 
-void LedgerFolder::look_ahead() {
-  const double now = platform::waking_seconds();
-  for (const std::string& name : lease_names()) find_out(name, now);
-}
+void LedgerFolder::look_ahead() { leases_.look_ahead(processes_, platform::waking_seconds()); }
 
 std::vector<LiveLease> LedgerFolder::read_live(double now) {
   std::vector<LiveLease> live;
-  for (auto& [name, known] : known_) known.seen = false;
-  for (const std::string& name : lease_names()) {
-    Known& known = find_out(name, now);
-    known.seen = true;
-    known.looked_at = false;
-    if (!known.lease || !known.alive) {
-      remove_stale(name, known);
-      continue;
+  for (LeaseFiles::Found& found : leases_.read(processes_, now)) {
+    if (found.lease && found.alive) {
+      live.push_back({std::move(*found.lease), found.age, false});
+    } else {
+      remove_stale(found);
     }
-    const double age =
-        known.state ? platform::certainly_awake(seconds_since(known.state->modified)) : 0;
-    live.push_back({*known.lease, std::max(age, now - known.since), false});
   }
-  std::erase_if(known_, [](const auto& entry) { return !entry.second.seen; });
   processes_.forget_the_rest();
   remove_orphaned_logs(live);
   return live;
 }
 
-std::vector<std::string> LedgerFolder::lease_names() const {
-  std::vector<std::string> names;
-  if (auto all = names_in(files_.directory)) {
-    for (std::string& name : *all) {
-      if (name.ends_with(kLeaseEnding)) names.push_back(std::move(name));
-    }
-  } else {
-    for (const auto& [name, known] : known_) names.push_back(name);
-  }
-  return names;
-}
-
-LedgerFolder::Known& LedgerFolder::find_out(const std::string& name, double now) {
-  const auto [entry, is_new] = known_.try_emplace(name);
-  Known& known = entry->second;
-  const auto state = state_of(name);
-  bool unsure = !state && is_passing(errno);
-  if (is_new || (!unsure && state != known.state)) known = Known{.state = state, .since = now};
-  if (!known.lasting && !unsure) {
-    auto lease = state ? read_lease(name) : std::nullopt;
-    unsure = state && !lease && is_passing(errno);
-    if (!unsure) {
-      known.lasting = !state || seconds_since(state->modified) > kClockGrainSeconds;
-      known.lease = std::move(lease);
-    }
-    known.looked_at = false;
-  }
-  if (unsure && !known.lease) {
-    known.lease = stand_in(name);
-    known.alive = platform::look_at_process(known.lease->pid).found != platform::ProcessLook::gone;
-  } else if (known.lease && !known.looked_at) {
-    known.alive = processes_.contains(*known.lease);
-  }
-  known.looked_at = true;
-  return known;
-}
-
-// Absent for anything but a regular file of a lease's size, and with errno set when it is
-// not to be had at all.
-std::optional<LedgerFolder::FileState> LedgerFolder::state_of(const std::string& name) const {
-  struct stat status {};
-  if (::fstatat(files_.directory.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return std::nullopt;
-  }
-  errno = 0;
-  if (!S_ISREG(status.st_mode) || status.st_size > kLargestLease) return std::nullopt;
-  return FileState{status.st_dev, status.st_ino, status.st_size,
-                   platform::modification_time(status)};
-}
-
-// Absent for a file that is no lease, and with errno set when it is not to be had at all.
-std::optional<BuildLease> LedgerFolder::read_lease(const std::string& name) const {
-  const Descriptor file(::openat(files_.directory.get(), name.c_str(),
-                                 O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-  if (!file.valid()) return std::nullopt;
-  const auto bytes = io::read_to_end(file.get(), kLargestLease);
-  if (!bytes) return std::nullopt;
-  errno = 0;
-  return lease_from(*bytes);
-}
-
-void LedgerFolder::remove_stale(const std::string& name, const Known& known) const {
-  ::unlinkat(files_.directory.get(), name.c_str(), 0);
-  if (!known.lease || !known.lease->log) return;
-  ::unlinkat(files_.logs.get(), std::string(files::name_of(*known.lease->log)).c_str(), 0);
+void LedgerFolder::remove_stale(const LeaseFiles::Found& found) const {
+  ::unlinkat(files_.directory.get(), found.name.c_str(), 0);
+  if (!found.lease || !found.lease->log) return;
+  ::unlinkat(files_.logs.get(), std::string(files::name_of(*found.lease->log)).c_str(), 0);
 }
 
 void LedgerFolder::remove_orphaned_logs(const std::vector<LiveLease>& live) const {
-  const auto names = names_in(files_.logs);
+  const auto names = files::names_in(files_.logs.get());
   if (!names) return;
   for (const std::string& name : *names) {
     const auto pid = pid_of(name, kLogEnding);

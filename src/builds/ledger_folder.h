@@ -2,7 +2,6 @@
 
 #include <sys/types.h>
 
-#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -10,9 +9,10 @@
 #include <vector>
 
 #include "base/descriptor.h"
+#include "builds/lease_files.h"
 #include "builds/ledger.h"
 #include "builds/live_processes.h"
-#include "platform/file_times.h"
+#include "builds/tenure.h"
 
 namespace qv::build {
 
@@ -56,40 +56,24 @@ class LedgerFolder final : public BuildLedger {
     Descriptor logs;
     Descriptor lock;
   };
-  // What tells one state of a lease file from another without reading it.
-  struct FileState {
-    dev_t device = 0;
-    ino_t inode = 0;
-    off_t size = 0;
-    platform::FileTime modified;
-    friend bool operator==(const FileState&, const FileState&) = default;
-  };
-  struct Known {
-    std::optional<FileState> state;   // absent: not to be had just now
-    std::optional<BuildLease> lease;  // absent: the file is no lease
-    double since = 0;                 // when this state was first seen
-    bool lasting = false;             // it would change with the content
-    bool alive = false;
-    bool looked_at = false;  // since the last reading
-    bool seen = false;       // in the reading now under way
-  };
   class Held;
 
-  LedgerFolder(std::string dir, Files files) : dir_(std::move(dir)), files_(std::move(files)) {}
+  LedgerFolder(std::string dir, Files files)
+      : dir_(std::move(dir)), files_(std::move(files)), leases_(files_.directory.get()) {}
 
   [[nodiscard]] static std::optional<Files> open_files(const std::string& directory);
   [[nodiscard]] std::unique_ptr<Lock> take_lock(double without_movement, double in_all);
   [[nodiscard]] bool lock_is_in_place() const;
-  [[nodiscard]] std::vector<std::string> lease_names() const;
-  Known& find_out(const std::string& name, double now);
-  [[nodiscard]] std::optional<FileState> state_of(const std::string& name) const;
-  [[nodiscard]] std::optional<BuildLease> read_lease(const std::string& name) const;
-  void remove_stale(const std::string& name, const Known& known) const;
+  [[nodiscard]] bool move_in();
+  [[nodiscard]] Tenure tenure();
+  [[nodiscard]] bool was_used_lately() const;
+  void remove_stale(const LeaseFiles::Found& found) const;
   void remove_orphaned_logs(const std::vector<LiveLease>& live) const;
 
   std::string dir_;
   Files files_;
-  std::map<std::string, Known> known_;
+  LeaseFiles leases_;
+  std::string mark_;  // of builds that run here; empty where there are no marks
   LiveProcesses processes_;
   std::string written_;  // the own lease as it was last written, and the file that made
   std::optional<FileState> written_state_;

@@ -3,7 +3,7 @@
 
 #include "builds/queue_command.h"
 
-#include <dirent.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,13 +14,14 @@
 #include <thread>
 #include <utility>
 
-#include "base/files.h"
+#include "base/descriptor.h"
 #include "base/io.h"
 #include "builds/environment.h"
-#include "builds/lease.h"
+#include "builds/lease_files.h"
 #include "builds/live_processes.h"
 #include "builds/queue.h"
 #include "builds/readings.h"
+#include "builds/tenure.h"
 #include "platform/clock.h"
 #include "platform/machine.h"
 #include "platform/process.h"
@@ -66,8 +67,8 @@ class View {
   int show();
 
  private:
-  [[nodiscard]] std::optional<BuildQueue> look() const;
-  [[nodiscard]] std::optional<std::vector<std::string>> lease_paths() const;
+  [[nodiscard]] std::optional<BuildQueue> look();
+  std::nullopt_t refuse(const std::string& why);
   bool print(const BuildQueue& queue);
 
   Options options_;
@@ -77,9 +78,8 @@ class View {
   Readings readings_;
 };
 
-SeenBuild seen(BuildLease lease) {
-  const pid_t pid = lease.pid;
-  LiveLease live{std::move(lease)};
+SeenBuild seen(LiveLease live) {
+  const pid_t pid = live.lease.pid;
   live.stopped = platform::look_at_process(pid).stopped;
   return {std::move(live), platform::command_line(pid), platform::working_folder(pid)};
 }
@@ -89,11 +89,7 @@ int View::show() {
   std::optional<BuildQueue> shown;
   for (;;) {
     const auto queue = look();
-    if (!queue) {
-      err_.write_line("qv __builds: " + directory_ + " cannot be read: " + std::strerror(errno) +
-                      ".");
-      return kUnavailable;
-    }
+    if (!queue) return kUnavailable;
     auto lasting = without_time(*queue);
     if (redraws || lasting != shown) {
       if (redraws) (void)io::write_all(STDOUT_FILENO, kHomeAndClear);
@@ -106,32 +102,30 @@ int View::show() {
   }
 }
 
-// Absent with errno set. A ledger that is not there is an empty one.
-std::optional<BuildQueue> View::look() const {
-  const auto paths = lease_paths();
-  if (!paths) return std::nullopt;
-  LiveProcesses processes;
+// Absent when that has been refused, with a word about it.
+std::optional<BuildQueue> View::look() {
   std::vector<SeenBuild> builds;
-  for (const std::string& path : *paths) {
-    const auto bytes = files::read(path);
-    auto lease = bytes ? lease_from(*bytes) : std::nullopt;
-    if (lease && processes.contains(*lease)) builds.push_back(seen(std::move(*lease)));
+  const Descriptor folder(::open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder.valid()) {
+    std::string mark;
+    if (look_at_mark(folder.get(), mark) == Tenure::elsewhere) {
+      return refuse("the builds in " + directory_ + " cannot be seen from here.");
+    }
+    LiveProcesses processes;
+    for (const auto& file : LeaseFiles(folder.get()).read(processes, platform::waking_seconds())) {
+      if (file.lease && file.alive) builds.push_back(seen({*file.lease, file.age}));
+    }
+  } else if (errno != ENOENT) {
+    return refuse(directory_ + " cannot be read: " + std::strerror(errno) + ".");
   }
   BuildMemory memory = readings_.memory();
   if (!memory.available) memory.available = platform::available_memory();
   return queue_of(builds, memory, platform::wall_clock_seconds());
 }
 
-std::optional<std::vector<std::string>> View::lease_paths() const {
-  std::vector<std::string> paths;
-  DIR* listing = ::opendir(directory_.c_str());
-  if (listing == nullptr) return errno == ENOENT ? std::optional(paths) : std::nullopt;
-  while (const dirent* entry = ::readdir(listing)) {
-    const std::string_view name = entry->d_name;
-    if (name.ends_with(".json")) paths.push_back(directory_ + "/" + std::string(name));
-  }
-  ::closedir(listing);
-  return paths;
+std::nullopt_t View::refuse(const std::string& why) {
+  err_.write_line("qv __builds: " + why);
+  return std::nullopt;
 }
 
 bool View::print(const BuildQueue& queue) {
