@@ -56,6 +56,7 @@ class Shim(builds.World):
                 self.assertEqual(self.run_cargo(folders), (status, output))
 
     def test_what_is_no_build_is_left_alone(self):
+        shutil.rmtree(self.ledger)
         self.assertEqual(self.run_cargo("links:bin", "fmt"), (0, "bin/cargo  fmt\n"))
         self.assertEqual(self.run_cargo("links:bin", QUORVEL_BUILD_SLOT_OFF="1"),
                          (0, "bin/cargo  build\n"))

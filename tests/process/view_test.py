@@ -1,6 +1,7 @@
 """What `qv __builds` shows while builds run and wait."""
 import json
 import os
+import shutil
 import subprocess
 
 import builds
@@ -16,6 +17,7 @@ class Builds(builds.World):
 
     def test_builds_that_run_and_wait(self):
         nothing = "No wrapped build runs or waits.\n"
+        shutil.rmtree(self.ledger)
         self.assertEqual(self.look(), (0, nothing, ""))
         self.assertFalse(os.path.exists(self.ledger))
         watch = subprocess.Popen([builds.QV, "__builds", "--watch", "--json"], text=True,
@@ -52,7 +54,13 @@ class Builds(builds.World):
         self.assertTrue(os.path.exists(self.ledger + "/1.json"), "nothing is tidied up")
 
     def test_what_cannot_be_shown(self):
-        os.makedirs(os.path.dirname(self.ledger))
+        if hasattr(os, "getxattr") and os.listxattr(self.ledger):  # as from another namespace
+            name = os.listxattr(self.ledger)[0]
+            boot, _, time = os.getxattr(self.ledger, name).split()
+            os.setxattr(self.ledger, name, b" ".join((boot, b"0", time)))
+            self.assertEqual(self.look(), (
+                3, "", f"qv __builds: the builds in {self.ledger} cannot be seen from here.\n"))
+        shutil.rmtree(self.ledger)
         self.touch("home/Library/Application Support/Quorvel/builds")
         self.assertEqual(self.look("--watch"), (
             3, "", f"qv __builds: {self.ledger} cannot be read: Not a directory.\n"))
