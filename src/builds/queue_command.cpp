@@ -19,7 +19,7 @@
 #include "builds/environment.h"
 #include "builds/lease_files.h"
 #include "builds/live_processes.h"
-#include "builds/queue.h"
+#include "builds/queue_view.h"
 #include "builds/readings.h"
 #include "builds/tenure.h"
 #include "platform/clock.h"
@@ -69,7 +69,6 @@ class View {
  private:
   [[nodiscard]] std::optional<BuildQueue> look();
   std::nullopt_t refuse(const std::string& why);
-  bool print(const BuildQueue& queue);
 
   Options options_;
   OutputStream& out_;
@@ -93,7 +92,8 @@ int View::show() {
     auto lasting = without_time(*queue);
     if (redraws || lasting != shown) {
       if (redraws) (void)io::write_all(STDOUT_FILENO, kHomeAndClear);
-      if (!print(*queue)) return kUnavailable;
+      const std::string text = options_.json ? record::to_text(*queue) : render(*queue);
+      if (!out_.write_line(text)) return kUnavailable;
       shown = std::move(lasting);
     }
     if (!options_.watch) return 0;
@@ -126,10 +126,6 @@ std::optional<BuildQueue> View::look() {
 std::nullopt_t View::refuse(const std::string& why) {
   err_.write_line("qv __builds: " + why);
   return std::nullopt;
-}
-
-bool View::print(const BuildQueue& queue) {
-  return out_.write_line(options_.json ? record::to_text(queue) : render(queue));
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
+// A line for each build, in columns as wide as they need to be. The folder comes last, since it
+// may be long.
+
 #include <algorithm>
 #include <array>
 #include <string_view>
 
 #include "base/text.h"
-#include "builds/queue.h"
+#include "builds/queue_view.h"
 
 namespace qv::build {
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "builds/queue.h"
+#include "builds/queue_view.h"
 
 namespace qv::build {
 namespace {

@@ -3,7 +3,7 @@
 // script: in each of them the tool's name stands among the first words, and what follows it
 // are its arguments.
 
-#include "builds/queue.h"
+#include "builds/queue_view.h"
 
 #include <algorithm>
 #include <tuple>
