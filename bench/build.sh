@@ -98,6 +98,27 @@ row "the same with a follower, MB/s each" "$(speed "$tee")" "$(speed "$both")" "
 echo
 if [ -x "$dir/bench_build_pass" ]; then "$dir/bench_build_pass" "$qv"; fi
 
+# Fifty identical builds behind a different one: the first in line runs, the rest follow it.
+cd "$scratch/repo"
+cat >"$scratch/go" <<END
+#!/bin/sh
+sleep "\$2"
+[ "\$1" = test ] || echo ran >>"$scratch/ran"
+END
+"$qv" __build "$scratch/go" test 5 >/dev/null 2>&1 &
+sleep 1
+n=0
+while [ $n -lt 50 ]; do
+  "$qv" __build "$scratch/go" build 1 >/dev/null 2>&1 &
+  n=$((n + 1))
+done
+start=$(date +%s.%N)
+wait
+took=$(calc "$(date +%s.%N)-$start" 1)
+echo
+echo "50 identical builds behind another one: the tool ran $(wc -l <"$scratch/ran") times," \
+  "the last one ended $took s after they came (5 s of waiting and building are the tools')"
+
 # 200 builds that arrive together behind a running one: after ten seconds every one of
 # them has to be in the queue still, none having given up on the lock.
 cd "$scratch/plain"

@@ -28,6 +28,9 @@ constexpr double kCriticalFullStall = 10;
 constexpr double kWarningSomeStall = 10;
 constexpr std::uint64_t kCriticalShare = 20;
 
+// What version 1 of control groups says where there is no limit is more than this.
+constexpr std::uint64_t kUnlimited = std::uint64_t{1} << 62;
+
 constexpr std::string_view kGroups = "/sys/fs/cgroup";
 
 std::optional<std::uint64_t> number_in(std::string_view text) {
@@ -138,8 +141,9 @@ std::optional<LinuxMachine::Room> LinuxMachine::machine_room() const {
 std::optional<LinuxMachine::Room> LinuxMachine::group_room(const std::string& group,
                                                            const GroupFiles& names) {
   const auto limit = number_of_file(group + names.limit);
-  const auto used = limit ? number_of_file(group + names.used) : std::nullopt;
-  if (!limit || !used) return std::nullopt;
+  const bool limited = limit && *limit < kUnlimited;
+  const auto used = limited ? number_of_file(group + names.used) : std::nullopt;
+  if (!used) return std::nullopt;
   const auto details = files::read(group + "/memory.stat");
   const auto cache = details ? number_after(*details, names.cache) : std::nullopt;
   const std::uint64_t firm = *used - std::min(*used, cache.value_or(0));
