@@ -19,6 +19,8 @@ mkdir "$scratch/plain" "$scratch/repo" "$scratch/home"
 export HOME="$scratch/home" QUORVEL_BUILD_MEMORY_OFF=1
 unset QUORVEL_BUILD_SLOT QUORVEL_BUILD_SLOT_OFF
 cp "$empty" "$scratch/cargo"
+mkdir "$scratch/shims"
+ln -s "$qv" "$scratch/shims/cargo"
 cp "$dir/bench_spray" "$scratch/go"
 
 row() { printf '%-46s %10s %10s %8s   %s\n' "$@"; }
@@ -28,8 +30,10 @@ row "what" "peer" "qv" "ratio" "target"
 cd "$scratch/plain"
 set -- $("$versus" 2000 : "$empty" : env QUORVEL_BUILD_SLOT=1 "$empty" \
   : env QUORVEL_BUILD_SLOT=1 "$qv" __build "$empty" : "$qv" __build "$scratch/cargo" build \
-  : "$qv" __build "$empty")
+  : "$qv" __build "$empty" : env QUORVEL_BUILD_SLOT=1 "$qv" __build "$scratch/cargo" build \
+  : env QUORVEL_BUILD_SLOT=1 PATH="$scratch/shims:$scratch:$PATH" "$scratch/shims/cargo" build)
 row "direct path / the program, ms" "$1" "$(calc "$1+$3-$2" 4)" "$(calc "($1+$3-$2)/$1")" "2.2"
+row "direct path through a link / __build, ms" "$6" "$7" "$(calc "$7/$6")" "1.0"
 row "not a known tool / the program, ms" "$1" "$5" "$(calc "$5/$1")" ""
 row "coordinated without a key - direct, ms" "$5" "$4" "+$(calc "$4-$5")" "+1.5"
 

@@ -72,6 +72,7 @@ class Coordinator {
   std::optional<int> act(Queueing& queueing, Hold& hold);
   std::optional<int> act(Queueing& queueing, Follow& follow);
   std::optional<int> act(Queueing& queueing, Start& start);
+  void explain(const std::string& why) const;
   void sleep(const Queueing& queueing);
 
   std::shared_ptr<LedgerFolder> ledger_;
@@ -107,10 +108,17 @@ BuildLease Coordinator::take_a_place() {
   return own;
 }
 
+// Why it waits; and the first time, to a person, what can be done about it.
+void Coordinator::explain(const std::string& why) const {
+  messages::tell(why);
+  const bool first = !wait_told_ || !hold_told_;
+  if (first && ::isatty(STDERR_FILENO) == 1) messages::tell(messages::kWhatToDo);
+}
+
 std::optional<int> Coordinator::act(Queueing& queueing, Wait& wait) {
   if (!std::exchange(wait_told_, true)) {
     platform::log_held_for_cores(queueing.lease().pid, wait.ahead);
-    messages::tell(messages::waits_for_cores(wait.ahead));
+    explain(messages::waits_for_cores(wait.ahead));
   }
   sleep(queueing);
   return std::nullopt;
@@ -119,8 +127,8 @@ std::optional<int> Coordinator::act(Queueing& queueing, Wait& wait) {
 std::optional<int> Coordinator::act(Queueing& queueing, Hold& hold) {
   if (!std::exchange(hold_told_, true)) {
     platform::log_held_for_memory(queueing.lease().pid, hold.ahead, hold.critical);
-    messages::tell(hold.critical ? std::string(messages::kCritical)
-                                 : messages::waits_for_memory(hold.ahead));
+    explain(hold.critical ? std::string(messages::kCritical)
+                          : messages::waits_for_memory(hold.ahead));
   }
   sleep(queueing);
   return std::nullopt;

@@ -10,13 +10,6 @@
 
 namespace qv::build {
 
-namespace {
-
-constexpr int kNoSuchCommand = 127;
-constexpr int kNotExecutable = 126;
-
-}  // namespace
-
 int replace_process(const char* tool, char* const* arguments, char* const* environment) {
   if (environment == nullptr) {
     ::execv(tool, arguments);

@@ -18,7 +18,6 @@
 #include "builds/coordinator.h"
 #include "builds/direct.h"
 #include "builds/signals.h"
-#include "platform/paths.h"
 
 namespace qv::build {
 
@@ -50,8 +49,7 @@ std::optional<int> run_coordinated(const char* program, char** arguments) {
   if (!is_coordinated(command.tool_name, command.arguments, command.environment)) {
     return std::nullopt;
   }
-  const std::string home = platform::home_directory();
-  auto ledger = LedgerFolder::open(home + "/Library/Application Support/Quorvel/builds");
+  auto ledger = LedgerFolder::open(ledger_directory());
   if (ledger == nullptr) return std::nullopt;
   return coordinate(std::move(command), std::move(ledger), program);
 }

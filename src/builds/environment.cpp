@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+#include "platform/paths.h"
+
 extern char** environ;
 
 namespace qv::build {
@@ -17,6 +19,10 @@ Environment read_environment() {
     environment.emplace(text.substr(0, equals), text.substr(equals + 1));
   }
   return environment;
+}
+
+std::string ledger_directory() {
+  return platform::home_directory() + "/Library/Application Support/Quorvel/builds";
 }
 
 std::vector<std::string> as_strings(const Environment& environment) {

@@ -14,6 +14,9 @@ using Environment = std::map<std::string, std::string, std::less<>>;
 // as it does for getenv.
 [[nodiscard]] Environment read_environment();
 
+// The folder in which the builds of this user meet.
+[[nodiscard]] std::string ledger_directory();
+
 // NAME=value texts, as a program is started with.
 [[nodiscard]] std::vector<std::string> as_strings(const Environment& environment);
 

@@ -78,21 +78,19 @@ bool is_one_of(std::string_view word, Words words) {
   return std::ranges::find(words, word) != words.end();
 }
 
-// Whether the arguments have one of the words where this tool looks for its action.
-bool has_action(const Tool& tool, Words words, const Arguments& arguments) {
-  switch (tool.action_at) {
-    case ActionAt::anywhere:
-      return std::ranges::any_of(arguments,
-                                 [&](const auto& word) { return is_one_of(word, words); });
-    case ActionAt::first: return !arguments.empty() && is_one_of(arguments.front(), words);
-    case ActionAt::firstWord: {
-      const auto word = std::ranges::find_if(arguments, [](const auto& argument) {
-        return !argument.starts_with('-') && !argument.starts_with('+');
-      });
-      return word != arguments.end() && is_one_of(*word, words);
+// The first of the words where this tool looks for its action; empty without one.
+std::string_view find_action(const Tool& tool, Words words, const Arguments& arguments) {
+  const auto stands_there = [&](const auto& word) {
+    switch (tool.action_at) {
+      case ActionAt::anywhere: return is_one_of(word, words);
+      case ActionAt::first: return true;
+      case ActionAt::firstWord: return !word.starts_with('-') && !word.starts_with('+');
     }
-  }
-  return false;
+    return false;
+  };
+  const auto word = std::ranges::find_if(arguments, stands_there);
+  if (word == arguments.end() || !is_one_of(*word, words)) return {};
+  return *word;
 }
 
 bool contains(const Arguments& arguments, std::string_view word) {
@@ -182,16 +180,23 @@ bool is_release_for_swift(const Arguments& lowered) {
 
 }  // namespace
 
+bool is_build_tool(std::string_view name) { return find_tool(name) != nullptr; }
+
+std::string_view action_of(std::string_view tool, const Arguments& arguments) {
+  const Tool* known = find_tool(tool);
+  return known == nullptr ? "" : find_action(*known, known->actions, arguments);
+}
+
 bool is_coordinated(std::string_view tool, const Arguments& arguments,
                     const Environment& environment) {
   const Tool* known = find_tool(tool);
-  return known != nullptr && has_action(*known, known->actions, arguments) &&
+  return known != nullptr && !find_action(*known, known->actions, arguments).empty() &&
          !known->sets_jobs(arguments, environment);
 }
 
 bool runs_its_result(std::string_view tool, const Arguments& arguments) {
   const Tool* known = find_tool(tool);
-  return known != nullptr && has_action(*known, known->runs, arguments);
+  return known != nullptr && !find_action(*known, known->runs, arguments).empty();
 }
 
 bool is_release(std::string_view tool, const Arguments& arguments) {

@@ -15,6 +15,12 @@ namespace qv::build {
 
 using Arguments = std::vector<std::string>;
 
+// Whether a tool of that name (a file name without its directories) is known.
+[[nodiscard]] bool is_build_tool(std::string_view name);
+
+// The argument that asks the tool to build; empty without one. It lives as long as those do.
+[[nodiscard]] std::string_view action_of(std::string_view tool, const Arguments& arguments);
+
 // True when `tool` (a file name without its directories) is a known build tool, the
 // arguments ask it to build, and the user has not chosen a job count.
 [[nodiscard]] bool is_coordinated(std::string_view tool, const Arguments& arguments,

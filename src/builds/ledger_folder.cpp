@@ -109,19 +109,7 @@ bool LedgerFolder::move_in() {
   return true;
 }
 
-// Whose leases these are. Start times are counted as those of our own.
-Tenure LedgerFolder::tenure() {
-  const auto boot = platform::this_boot();
-  std::string mark;
-  const auto found =
-      boot ? platform::read_mark(files_.directory.get(), mark) : platform::Mark::unsupported;
-  if (found == platform::Mark::unsupported) return Tenure::ours;
-  double time = boot->time;
-  const Tenure whose = judge_mark(mark, *boot, time);
-  platform::count_from_boot_time(time);
-  mark_ = mark_of({boot->id, time, boot->pid_namespace});
-  return whose;
-}
+Tenure LedgerFolder::tenure() { return look_at_mark(files_.directory.get(), mark_); }
 
 bool LedgerFolder::was_used_lately() const {
   return std::ranges::any_of(leases_.names(), [&](const std::string& name) {

@@ -19,6 +19,9 @@ inline constexpr std::string_view kCritical =
     "this Mac is critically low on memory, so this build waits until some is free (at most 10 "
     "minutes)";
 
+inline constexpr std::string_view kWhatToDo =
+    "`qv __builds` shows the queue, and QUORVEL_BUILD_SLOT_OFF=1 builds without waiting";
+
 [[nodiscard]] std::string waits_for_memory(std::int64_t ahead);
 [[nodiscard]] std::string waits_for_cores(std::int64_t ahead);
 [[nodiscard]] std::string uses_fewer_cores(std::int64_t jobs, std::int64_t cores,

@@ -113,7 +113,7 @@ BuildDecision Choice::alone() const {
 }
 
 BuildDecision Choice::share() const {
-  const std::int64_t free = difference(sum(n, n / 2), load.jobs);
+  const std::int64_t free = difference(BuildSchedule::budget(n), load.jobs);
   const std::int64_t third = n / 3;
   const std::int64_t limit = cap ? std::max<std::int64_t>(*cap, 1) : n;
   if (plan.focused) return Run{std::min(focused_jobs(free, third), limit)};
@@ -186,6 +186,8 @@ BuildDecision BuildSchedule::decide(const BuildPlan& plan, const BuildMemory& me
   }
   return decision;
 }
+
+std::int64_t BuildSchedule::budget(std::int64_t cores) { return sum(cores, cores / 2); }
 
 std::optional<std::int64_t> BuildSchedule::memory_cap(const BuildMemory& memory, bool release) {
   if (!memory.governed || !memory.available) return std::nullopt;

@@ -63,6 +63,9 @@ struct BuildSchedule {
   [[nodiscard]] static BuildDecision decide(const BuildPlan& plan, const BuildMemory& memory,
                                             HoldTimer& timer, double now);
 
+  // Jobs that may run at once; running builds share them.
+  [[nodiscard]] static std::int64_t budget(std::int64_t cores);
+
   // Jobs that the available memory allows; absent when it sets no limit.
   [[nodiscard]] static std::optional<std::int64_t> memory_cap(const BuildMemory& memory,
                                                               bool release);

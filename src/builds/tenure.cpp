@@ -18,4 +18,16 @@ Tenure judge_mark(const std::string& mark, const platform::Boot& boot, double& b
   return Tenure::ours;
 }
 
+Tenure look_at_mark(int directory, std::string& own_mark) {
+  const auto boot = platform::this_boot();
+  std::string mark;
+  const auto found = boot ? platform::read_mark(directory, mark) : platform::Mark::unsupported;
+  if (found == platform::Mark::unsupported) return Tenure::ours;
+  double time = boot->time;
+  const Tenure whose = judge_mark(mark, *boot, time);
+  platform::count_from_boot_time(time);
+  own_mark = mark_of({boot->id, time, boot->pid_namespace});
+  return whose;
+}
+
 }  // namespace qv::build

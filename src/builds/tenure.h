@@ -20,4 +20,9 @@ enum class Tenure {
 [[nodiscard]] Tenure judge_mark(const std::string& mark, const platform::Boot& boot,
                                 double& boot_time);
 
+// Judges the mark on the open directory; start times are counted as those of its leases from
+// then on. `own_mark` becomes the one for those who move in, and stays where there are no marks:
+// then all leases count as ours.
+[[nodiscard]] Tenure look_at_mark(int directory, std::string& own_mark);
+
 }  // namespace qv::build

@@ -6,24 +6,9 @@
 
 #include "base/text.h"
 #include "platform/ancestors.h"
+#include "platform/process_info_darwin.h"
 
 namespace qv::platform {
-
-namespace {
-
-// The number of arguments, the program's path, the arguments and then the environment, each
-// text ended by a zero byte.
-std::string arguments_and_environment(pid_t pid) {
-  int name[] = {CTL_KERN, KERN_PROCARGS2, pid};
-  std::size_t size = 0;
-  if (::sysctl(name, 3, nullptr, &size, nullptr, 0) != 0) return {};
-  std::string bytes(size, '\0');
-  if (::sysctl(name, 3, bytes.data(), &size, nullptr, 0) != 0) return {};
-  bytes.resize(size);
-  return bytes;
-}
-
-}  // namespace
 
 pid_t parent_of(pid_t pid) {
   int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_PID, pid};
