@@ -30,6 +30,7 @@
 #include "base/text.h"
 #include "builds/signals.h"
 #include "platform/awake.h"
+#include "platform/boot.h"
 #include "platform/clock.h"
 #include "platform/file_times.h"
 #include "platform/process.h"
@@ -42,6 +43,7 @@ namespace {
 constexpr double kLongestWithoutMovement = 5;
 constexpr double kLongestInAll = 60;
 constexpr std::chrono::milliseconds kLockPause{50};
+constexpr double kSecondsOfADay = 86400;
 
 constexpr off_t kLargestLease = off_t{64} << 10;
 
@@ -139,7 +141,8 @@ class LedgerFolder::Held final : public BuildLedger::Lock {
 std::shared_ptr<LedgerFolder> LedgerFolder::open(const std::string& directory) {
   auto files = open_files(directory);
   if (!files) return nullptr;
-  return std::shared_ptr<LedgerFolder>(new LedgerFolder(directory, std::move(*files)));
+  const std::shared_ptr<LedgerFolder> ledger(new LedgerFolder(directory, std::move(*files)));
+  return ledger->move_in() ? ledger : nullptr;
 }
 
 std::optional<LedgerFolder::Files> LedgerFolder::open_files(const std::string& directory) {
@@ -154,6 +157,39 @@ std::optional<LedgerFolder::Files> LedgerFolder::open_files(const std::string& d
                                    O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
   if (!files.lock.valid() || !can_be_locked(files.lock.get())) return std::nullopt;
   return files;
+}
+
+// False when builds use the folder whose processes cannot be seen from here.
+bool LedgerFolder::move_in() {
+  Tenure whose = tenure();
+  if (whose == Tenure::ours) return true;
+  const auto lock = take_lock(kLongestWithoutMovement, kLongestInAll);
+  if (lock == nullptr) return false;
+  whose = tenure();  // nobody else moves in now
+  if (whose == Tenure::elsewhere && was_used_lately()) return false;
+  if (whose != Tenure::ours) platform::write_mark(files_.directory.get(), mark_);
+  return true;
+}
+
+// Whose leases these are. Start times are counted as those of our own.
+Tenure LedgerFolder::tenure() {
+  const auto boot = platform::this_boot();
+  std::string mark;
+  const auto found =
+      boot ? platform::read_mark(files_.directory.get(), mark) : platform::Mark::unsupported;
+  if (found == platform::Mark::unsupported) return Tenure::ours;
+  double time = boot->time;
+  const Tenure whose = judge_mark(mark, *boot, time);
+  platform::count_from_boot_time(time);
+  mark_ = mark_of({boot->id, time, boot->pid_namespace});
+  return whose;
+}
+
+bool LedgerFolder::was_used_lately() const {
+  return std::ranges::any_of(lease_names(), [&](const std::string& name) {
+    const auto state = state_of(name);
+    return state && seconds_since(state->modified) < kSecondsOfADay;
+  });
 }
 
 std::unique_ptr<BuildLedger::Lock> LedgerFolder::lock() {
@@ -176,6 +212,7 @@ std::unique_ptr<BuildLedger::Lock> LedgerFolder::take_lock(double without_moveme
       auto anew = open_files(dir_);
       if (!anew) return nullptr;
       files_ = std::move(*anew);
+      if (!mark_.empty()) platform::write_mark(files_.directory.get(), mark_);
       known_.clear();
       written_.clear();
       continue;

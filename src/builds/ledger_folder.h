@@ -12,6 +12,7 @@
 #include "base/descriptor.h"
 #include "builds/ledger.h"
 #include "builds/live_processes.h"
+#include "builds/tenure.h"
 #include "platform/file_times.h"
 
 namespace qv::build {
@@ -80,6 +81,9 @@ class LedgerFolder final : public BuildLedger {
   [[nodiscard]] static std::optional<Files> open_files(const std::string& directory);
   [[nodiscard]] std::unique_ptr<Lock> take_lock(double without_movement, double in_all);
   [[nodiscard]] bool lock_is_in_place() const;
+  [[nodiscard]] bool move_in();
+  [[nodiscard]] Tenure tenure();
+  [[nodiscard]] bool was_used_lately() const;
   [[nodiscard]] std::vector<std::string> lease_names() const;
   Known& find_out(const std::string& name, double now);
   [[nodiscard]] std::optional<FileState> state_of(const std::string& name) const;
@@ -89,6 +93,7 @@ class LedgerFolder final : public BuildLedger {
 
   std::string dir_;
   Files files_;
+  std::string mark_;  // of builds that run here; empty where there are no marks
   std::map<std::string, Known> known_;
   LiveProcesses processes_;
   std::string written_;  // the own lease as it was last written, and the file that made

@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "base/files.h"
+#include "base/text.h"
 #include "platform/machine.h"
 
 namespace qv::platform {
@@ -57,7 +58,33 @@ std::optional<std::uint64_t> number_of_file(const std::string& path) {
   return text ? number_in(*text) : std::nullopt;
 }
 
+bool is_in_list(std::string_view word, std::string_view list) {
+  return std::ranges::count(text::split(list, ','), word) > 0;
+}
+
+// Visits the group at `path` below `top` and every one above it.
+template <class Visit>
+void climb(const std::string& top, std::string_view path, Visit visit) {
+  std::string group = top + std::string(path);
+  while (group.size() > top.size()) {
+    if (!group.ends_with('/')) visit(group);
+    group.resize(group.rfind('/'));
+  }
+  visit(top);
+}
+
 }  // namespace
+
+// What the two versions of control groups call the same. Of version 1 only memory counts.
+struct LinuxMachine::GroupFiles {
+  const char* limit;
+  const char* used;
+  std::string_view cache;  // its line in memory.stat
+};
+constexpr LinuxMachine::GroupFiles LinuxMachine::kVersion1{
+    "/memory.limit_in_bytes", "/memory.usage_in_bytes", "total_inactive_file "};
+constexpr LinuxMachine::GroupFiles LinuxMachine::kVersion2{"/memory.max", "/memory.current",
+                                                           "inactive_file "};
 
 int LinuxMachine::pressure_level() const {
   const auto text = files::read(root_ + "/proc/pressure/memory");
@@ -86,21 +113,15 @@ int LinuxMachine::cores_within_quota(int cores) const {
 
 std::optional<std::uint64_t> LinuxMachine::available_memory() const {
   std::optional<std::uint64_t> least;
-  const auto take = [&](const std::optional<Room>& room) {
-    if (room && (!least || room->available < *least)) least = room->available;
-  };
-  take(machine_room());
-  for_each_group([&](const std::string& group) { take(group_room(group)); });
+  for_each_room(
+      [&](const Room& room) { least = std::min(least.value_or(room.available), room.available); });
   return least;
 }
 
 bool LinuxMachine::memory_is_scarce() const {
   bool scarce = false;
-  const auto look = [&](const std::optional<Room>& room) {
-    scarce = scarce || (room && room->available < room->total / kCriticalShare);
-  };
-  look(machine_room());
-  for_each_group([&](const std::string& group) { look(group_room(group)); });
+  for_each_room(
+      [&](const Room& room) { scarce = scarce || room.available < room.total / kCriticalShare; });
   return scarce;
 }
 
@@ -114,29 +135,41 @@ std::optional<LinuxMachine::Room> LinuxMachine::machine_room() const {
 }
 
 // A group's use includes the file cache, of which the inactive part is given back on demand.
-std::optional<LinuxMachine::Room> LinuxMachine::group_room(const std::string& group) const {
-  const auto limit = number_of_file(group + "/memory.max");
-  const auto used = limit ? number_of_file(group + "/memory.current") : std::nullopt;
+std::optional<LinuxMachine::Room> LinuxMachine::group_room(const std::string& group,
+                                                           const GroupFiles& names) {
+  const auto limit = number_of_file(group + names.limit);
+  const auto used = limit ? number_of_file(group + names.used) : std::nullopt;
   if (!limit || !used) return std::nullopt;
   const auto details = files::read(group + "/memory.stat");
-  const auto cache = details ? number_after(*details, "inactive_file ") : std::nullopt;
+  const auto cache = details ? number_after(*details, names.cache) : std::nullopt;
   const std::uint64_t firm = *used - std::min(*used, cache.value_or(0));
   return Room{*limit - std::min(*limit, firm), *limit};
 }
 
-// Every group that bounds this process, its own first.
+// The room in every group that bounds this process, and on the machine.
+template <class Visit>
+void LinuxMachine::for_each_room(Visit visit) const {
+  const auto look = [&](const std::optional<Room>& room) {
+    if (room) visit(*room);
+  };
+  look(machine_room());
+  for_each_group([&](const std::string& group) { look(group_room(group, kVersion2)); });
+  const auto membership = files::read(root_ + "/proc/self/cgroup");
+  if (!membership) return;
+  for (const std::string_view line : text::split(*membership, '\n')) {
+    const auto fields = text::split(line, ':');  // "5:cpu,memory:/user/build"
+    if (fields.size() < 3 || !is_in_list("memory", fields[1])) continue;
+    climb(root_ + std::string(kGroups) + "/memory", fields[2],
+          [&](const std::string& group) { look(group_room(group, kVersion1)); });
+  }
+}
+
+// Every group of version 2 that bounds this process.
 template <class Visit>
 void LinuxMachine::for_each_group(Visit visit) const {
   const auto membership = files::read(root_ + "/proc/self/cgroup");
-  const auto path = membership ? line_after(*membership, "0::/") : std::nullopt;
-  if (!path) return;
-  const std::string top = root_ + std::string(kGroups);
-  std::string group = top + "/" + std::string(*path);
-  while (group.size() > top.size()) {
-    visit(group);
-    group.resize(group.rfind('/'));
-  }
-  visit(top);
+  const auto path = membership ? line_after(*membership, "0::") : std::nullopt;
+  if (path) climb(root_ + std::string(kGroups), *path, visit);
 }
 
 int pressure_level() { return LinuxMachine("").pressure_level(); }

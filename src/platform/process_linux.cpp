@@ -8,28 +8,14 @@
 #include <string_view>
 
 #include "base/descriptor.h"
-#include "base/files.h"
 #include "base/text.h"
+#include "platform/boot_linux.h"
 
 namespace qv::platform {
 
 namespace {
 
 constexpr std::size_t kStartField = 19;  // of those behind the name
-
-// Seconds from 1970 to the start of the machine, read once.
-std::optional<double> boot_time() {
-  static std::optional<double> known;
-  if (known) return known;
-  const auto text = files::read("/proc/stat");
-  for (const std::string_view line :
-       text ? text::split(*text, '\n') : std::vector<std::string_view>()) {
-    if (!line.starts_with("btime ")) continue;
-    if (const auto seconds = text::whole_number(line.substr(6)))
-      known = static_cast<double>(*seconds);
-  }
-  return known;
-}
 
 }  // namespace
 
@@ -50,7 +36,7 @@ ProcessLook look_at_process(pid_t pid) {
   if (fields[0] == "Z" || fields[0] == "X") return {ProcessLook::gone};
   const auto ticks =
       fields.size() > kStartField ? text::whole_number(fields[kStartField]) : std::nullopt;
-  const auto boot = boot_time();
+  const auto boot = counted_boot_time();
   if (!ticks || !boot) return {};
   const auto ticks_per_second = static_cast<double>(::sysconf(_SC_CLK_TCK));
   return {ProcessLook::alive, *boot + static_cast<double>(*ticks) / ticks_per_second,

@@ -3,6 +3,7 @@
 #include "builds/ledger_folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include <set>
 
 #include "base/files.h"
+#include "builds/tenure.h"
 #include "platform/process.h"
 #include "support.h"
 
@@ -46,6 +48,8 @@ BuildLease lease_of(pid_t pid, double late_by = 0) {
   lease.startTime = platform::start_time(pid).value_or(1000) + late_by;
   return lease;
 }
+
+std::string log_of(pid_t pid) { return "logs/" + std::to_string(pid) + ".log"; }
 
 class Ledger : public testing::Test {
  protected:
@@ -130,7 +134,7 @@ TEST_F(Ledger, DropsWhatNobodyOwns) {
   of_dead.log = ledger_->log_path(dead_pid);
   dead.end();
   put("1.json", of_dead);
-  put("logs/" + std::to_string(dead_pid) + ".log", "");
+  put(log_of(dead_pid), "");
   put("2.json", lease_of(living.pid(), 0.9));
   put("3.json", lease_of(late.pid(), 1));
   put("4.json", lease_of(unreaped.pid()));
@@ -141,15 +145,20 @@ TEST_F(Ledger, DropsWhatNobodyOwns) {
   put("5.json.tmp", "half a lea");
   put("focus", "session");
   put("logs/notes.txt", "");
+  put("logs/007.log", "");
+  put(log_of(unreaped.pid()), "");
+  put(log_of(late.pid()), "");
   EXPECT_EQ(live(), std::set{living.pid()});
-  for (const char* kept : {"2.json", "5.json.tmp", "focus", "lock", "logs/notes.txt"}) {
+  for (const auto& kept :
+       std::vector<std::string>{"2.json", "5.json.tmp", "focus", "lock", "logs/notes.txt",
+                                "logs/007.log", log_of(late.pid())}) {
     EXPECT_TRUE(has(kept)) << kept;
   }
-  for (const char* dropped :
-       {"1.json", "3.json", "4.json", "empty.json", "half.json", "text.json"}) {
+  for (const auto& dropped :
+       std::vector<std::string>{"1.json", "3.json", "4.json", "empty.json", "half.json",
+                                "text.json", log_of(dead_pid), log_of(unreaped.pid())}) {
     EXPECT_FALSE(has(dropped)) << dropped;
   }
-  EXPECT_FALSE(has("logs/" + std::to_string(dead_pid) + ".log"));
 }
 
 TEST_F(Ledger, KnowsAnUnchangedLeaseAndNoticesAChange) {
@@ -164,6 +173,42 @@ TEST_F(Ledger, KnowsAnUnchangedLeaseAndNoticesAChange) {
       ::usleep(30'000);  // beyond the grain of file times, where a state is remembered
     }
   }
+}
+
+TEST_F(Ledger, ConcludesNothingFromAShortage) {
+  const Child child(Child::living), late(Child::living);
+  put("1.json", lease_of(child.pid()));
+  ASSERT_EQ(live(), std::set{child.pid()});
+  const int next = ::dup(0);
+  ::close(next);
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const auto leave = [&](int descriptors) {
+    const rlimit tight{static_cast<rlim_t>(descriptors), before.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &tight);
+  };
+  leave(next);
+  EXPECT_EQ(live(), std::set{child.pid()}) << "no listing";
+  EXPECT_EQ(platform::look_at_process(child.pid()).found, platform::ProcessLook::unknown);
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  put(std::to_string(late.pid()) + ".json", lease_of(late.pid()));
+  EXPECT_EQ(live(), (std::set{child.pid(), late.pid()}));
+  EXPECT_TRUE(has("1.json"));
+}
+
+TEST(Tenure, IsJudgedByTheMark) {
+  const platform::Boot boot{"boot", 100, "7"};
+  const auto judged = [&](const char* mark) {
+    double time = 0;
+    const Tenure whose = judge_mark(mark, boot, time);
+    return std::to_string(static_cast<int>(whose)) + " " + std::to_string(static_cast<int>(time));
+  };
+  EXPECT_EQ(mark_of(boot), "boot 7 100");
+  EXPECT_EQ(judged("boot 7 90"), "0 90");
+  for (const char* past : {"", "other 7 100", "boot 7 x", "boot 7", "boot 7 1 1"}) {
+    EXPECT_EQ(judged(past), "1 0") << past;
+  }
+  EXPECT_EQ(judged("boot 8 100"), "2 0");
 }
 
 TEST_F(Ledger, StaysInsideItself) {
@@ -194,21 +239,6 @@ TEST_F(Ledger, StaysInsideItself) {
   EXPECT_EQ(files::read(scratch_.file("mine.log")), "precious");
   own.log = "..";
   EXPECT_FALSE(ledger_->open_log(own).valid());
-}
-
-TEST_F(Ledger, LogsEndWithTheirProcess) {
-  const Child living(Child::living);
-  Child dead(Child::living);
-  const std::string dead_log = "logs/" + std::to_string(dead.pid()) + ".log";
-  const std::string living_log = "logs/" + std::to_string(living.pid()) + ".log";
-  dead.end();
-  put(dead_log, "");
-  put(living_log, "");
-  put("logs/007.log", "");
-  EXPECT_TRUE(live().empty());
-  EXPECT_FALSE(has(dead_log));
-  EXPECT_TRUE(has(living_log));
-  EXPECT_TRUE(has("logs/007.log")) << "no log of ours";
 }
 
 }  // namespace
