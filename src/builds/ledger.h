@@ -39,8 +39,8 @@ class BuildLedger {
   [[nodiscard]] virtual bool is_stopped(const BuildLease& lease, double now) = 0;
 
   // Writes the lease of this process; a lease that stands there unchanged is left alone.
-  // A failure is not reported: the build runs all the same.
-  virtual void write(const BuildLease& lease) = 0;
+  // False, with the old one still there, when it could not be: the build runs all the same.
+  virtual bool write(const BuildLease& lease) = 0;
   virtual void remove(pid_t pid) = 0;
 
   [[nodiscard]] virtual std::string log_path(pid_t pid) const = 0;

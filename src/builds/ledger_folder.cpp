@@ -172,14 +172,15 @@ std::string LedgerFolder::log_path(pid_t pid) const {
   return dir_ + "/logs/" + std::to_string(pid) + std::string(kLogEnding);
 }
 
-void LedgerFolder::write(const BuildLease& lease) {
+bool LedgerFolder::write(const BuildLease& lease) {
   const std::string path = lease_path(lease.pid);
   const std::string name(files::name_of(path));
   std::string bytes = record::to_text(lease);
-  if (bytes == written_ && written_state_ && leases_.state_of(name) == written_state_) return;
-  if (!files::replace_through(path + ".tmp", path, bytes)) return;
+  if (bytes == written_ && written_state_ && leases_.state_of(name) == written_state_) return true;
+  if (!files::replace_through(path + ".tmp", path, bytes)) return false;
   written_ = std::move(bytes);
   written_state_ = leases_.state_of(name);
+  return true;
 }
 
 void LedgerFolder::remove(pid_t pid) { ::unlink(lease_path(pid).c_str()); }

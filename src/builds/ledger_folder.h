@@ -38,7 +38,7 @@ class LedgerFolder final : public BuildLedger {
   // running build.
   [[nodiscard]] std::vector<LiveLease> read_live(double now) override;
   [[nodiscard]] bool is_stopped(const BuildLease& lease, double now) override;
-  void write(const BuildLease& lease) override;
+  bool write(const BuildLease& lease) override;
   void remove(pid_t pid) override;
 
   [[nodiscard]] std::string log_path(pid_t pid) const override;

@@ -114,7 +114,8 @@ std::optional<PassOutcome> decide(Candidate& candidate, BuildLedger& ledger,
   } else {
     outcome = std::visit(publish, decision);
   }
-  ledger.write(own);
+  // A full disk must not leave a running build at the front of the queue.
+  if (!ledger.write(own) && own.running) ledger.remove(own.pid);
   return outcome;
 }
 

@@ -36,7 +36,8 @@ int tell(std::uint64_t seed, std::size_t acts) {
     end = promise.what;
   }
   for (const std::string& line : world.story()) std::printf("%s\n", line.c_str());
-  std::printf("seed %llu, %zu acts: %s\n", static_cast<unsigned long long>(seed), acts, end.c_str());
+  std::printf("seed %llu, %zu acts: %s\n", static_cast<unsigned long long>(seed), acts,
+              end.c_str());
   return 1;
 }
 
@@ -51,8 +52,8 @@ int main(int argc, char** argv) {
   const double seconds = argc > 1 ? std::atof(argv[1]) : 5;
   using Clock = std::chrono::steady_clock;
   const auto clock = std::chrono::system_clock::now().time_since_epoch();
-  std::uint64_t seed = argc > 2 ? std::strtoull(argv[2], nullptr, 10)
-                                : static_cast<std::uint64_t>(clock.count());
+  std::uint64_t seed =
+      argc > 2 ? std::strtoull(argv[2], nullptr, 10) : static_cast<std::uint64_t>(clock.count());
   const auto end = Clock::now() + std::chrono::duration<double>(seconds);
   std::size_t worlds = 0;
   std::size_t steps = 0;
@@ -73,8 +74,8 @@ int main(int argc, char** argv) {
     started += world.started();
     followed += world.followed();
   }
-  std::printf("%zu schedules, %zu steps, %zu builds started, %zu followed\n", worlds, steps, started,
-              followed);
+  std::printf("%zu schedules, %zu steps, %zu builds started, %zu followed\n", worlds, steps,
+              started, followed);
   if (started == 0 || followed == 0) return 1;
   std::printf("1 passed, 0 failed\n");
   return 0;

@@ -82,7 +82,9 @@ std::vector<LiveLease> LedgerInMemory::read_live(double now) {
   }
   for (const pid_t pid : orphaned) shelf.remove_log(pid);
   if (live.size() > 1) {  // in no order that means anything
-    std::rotate(live.begin(), live.begin() + static_cast<std::ptrdiff_t>(world_.random.below(live.size())), live.end());
+    std::rotate(live.begin(),
+                live.begin() + static_cast<std::ptrdiff_t>(world_.random.below(live.size())),
+                live.end());
   }
   return live;
 }
@@ -110,14 +112,15 @@ bool LedgerInMemory::is_stopped(const BuildLease& lease, double now) {
   return since && now - *since >= kStoppedSeconds;
 }
 
-void LedgerInMemory::write(const BuildLease& lease) {
+bool LedgerInMemory::write(const BuildLease& lease) {
   world_.interrupt(build_);
   Shelf& shelf = world_.shelf;
   const auto found = shelf.leases.find(lease.pid);
-  if (found != shelf.leases.end() && found->second.lease == lease) return;
-  if (world_.writes_fail && world_.random.chance(0.5)) return;
+  if (found != shelf.leases.end() && found->second.lease == lease) return true;
+  if (world_.writes_fail && world_.random.chance(0.5)) return false;
   shelf.leases[lease.pid] = {lease, world_.wall(), world_.now(), ++shelf.versions};
   world_.interrupt(build_);
+  return true;
 }
 
 void LedgerInMemory::remove(pid_t pid) {

@@ -12,6 +12,7 @@ constexpr double kEver = std::numeric_limits<double>::infinity();
 constexpr double kStartTime = 1e9;  // of the machine, on a clock that nobody steps
 constexpr std::uint64_t kGiB = std::uint64_t{1} << 30;
 constexpr std::size_t kMostBuilds = 12;
+constexpr std::size_t kMostSteps = 1'000'000;
 constexpr double kStandstill = 600;
 constexpr double kStoppedSeconds = 2;
 constexpr int kCritical = 4;
@@ -48,22 +49,33 @@ World::World(std::uint64_t seed, std::size_t acts, bool told)
   machine.cores = kCores[random.below(std::size(kCores))];
   machine.governed = random.chance(0.7);
   machine.available = 16 * kGiB;
-  tell(std::to_string(machine.cores) + " cores" + (machine.governed ? "" : ", memory not governed"));
+  tell(std::to_string(machine.cores) + " cores" +
+       (machine.governed ? "" : ", memory not governed"));
 }
 
 void World::live() {
-  while (step(kEver)) {
-  }
-  for (const auto& build : builds_) {  // only servers are left
-    if (!build->alive) continue;
-    if (build->stage == Stage::queueing || build->stage == Stage::following) {
-      throw Broken{"build " + std::to_string(build->pid) + " waits, and nothing will wake it"};
+  do {
+    while (!only_servers_are_left()) {
+      if (!step(kEver)) throw Broken{"somebody waits, and nothing will wake it"};
     }
-    build->tool_ends_at = build->wakes_at = now_;
-  }
-  while (step(kEver)) {
-  }
+    for (const auto& build : builds_) {
+      if (build->stage != Stage::following) build->tool_ends_at = build->wakes_at = now_;
+    }
+  } while (alive_builds() > 0);
   check_all_is_gone();
+}
+
+// And whoever follows one.
+bool World::only_servers_are_left() const {
+  const auto is_server = [](const Build& build) {
+    const bool runs = build.stage == Stage::running || build.stage == Stage::direct;
+    return runs && build.tool_ends_at == kEver;
+  };
+  return calm_ && std::ranges::all_of(builds_, [&](const auto& build) {
+           if (!build->alive || is_server(*build)) return true;
+           return build->stage == Stage::following && is_alive(build->leader) &&
+                  is_server(*process(build->leader.pid));
+         });
 }
 
 // The next event up to that time; false when there is none.
@@ -77,7 +89,7 @@ bool World::step(double until) {
   }
   if (at > until || at == kEver) return false;
   now_ = std::max(now_, at);
-  ++steps_;
+  if (++steps_ > kMostSteps) throw Broken{"it goes on and on"};
   if (next != nullptr) {
     wake(*next);
   } else if (acts_left_ > 0) {
@@ -351,7 +363,8 @@ void World::end(Build& build) {
   build.alive = false;
   if (build.parent != nullptr) --build.parent->children;
   for (const auto& other : builds_) {
-    if (!other->alive || other->busy || other->stage != Stage::queueing || !other->queueing) continue;
+    if (!other->alive || other->busy || other->stage != Stage::queueing || !other->queueing)
+      continue;
     const auto& awaited = other->queueing->waits_for();
     if (std::ranges::find(awaited, build.pid) != awaited.end()) other->wakes_at = now_;
   }
@@ -367,14 +380,13 @@ void World::check_start(Build& build, const Start& start) const {
   const BuildLease& own = build.queueing->lease();
   BuildPlan::Load moving;
   BuildPlan::Load all;
-  bool outwaited = false;
   for (const auto& [pid, file] : shelf.leases) {
     const Build* other = is_alive(file.lease) ? process(pid) : nullptr;
     if (other == nullptr || other == &build || other->stopped) continue;
     const double age = std::max(wall() - file.changed_at_wall, now_ - file.changed_at);
     if (file.lease.running) {
       all.jobs += file.lease.jobs;
-      outwaited = outwaited || age >= 2 * kStandstill;
+      ++all.builds;
       if (age >= kStandstill) continue;
       moving.jobs += file.lease.jobs;
       ++moving.builds;
@@ -390,7 +402,10 @@ void World::check_start(Build& build, const Start& start) const {
     if (moving.jobs + jobs > budget) throw Broken{"more jobs than there are cores for"};
     if (cores < 3 || moving.builds >= cores / 3) throw Broken{"too many builds at once"};
   }
-  if (!own.focused && all.jobs + jobs > budget && jobs > 2) throw Broken{"lent cores are not lent"};
+  const bool has_cores_of_its_own =
+      own.focused || all.builds == 0 ||
+      (cores >= 3 && all.builds < cores / 3 && budget - all.jobs >= 2);
+  if (!has_cores_of_its_own && jobs > 2) throw Broken{"cores that are only lent"};
   if (build.reading.governed && build.critical_since && now_ - *build.critical_since < 600 &&
       build.reading.pressure >= kCritical) {
     throw Broken{"a start without memory"};

@@ -55,7 +55,7 @@ class Build final : public Surroundings {
   double tool_ends_at = 0;
   bool tool_dies = false;   // of a signal
   bool disk_fills = false;  // half-way through
-  Build* parent = nullptr;            // the build whose tool started it
+  Build* parent = nullptr;  // the build whose tool started it
   int children = 0;
 
   std::optional<Queueing> queueing;
@@ -113,6 +113,7 @@ class World {
   bool writes_fail = false;
 
  private:
+  [[nodiscard]] bool only_servers_are_left() const;
   [[nodiscard]] bool step(double until);
   void act();
   void arrive(Build* parent);
