@@ -143,9 +143,9 @@ BuildPlan BuildPlan::of(const BuildLease& own, const std::vector<LiveLease>& oth
   plan.focused = own.focused;
   plan.release = release;
   plan.outwaited = true;
-  const auto add = [](Load& load, const BuildLease& lease) {
-    ++load.builds;
-    load.jobs = sum(load.jobs, lease.jobs);
+  const auto add = [](Load& sum_of, const BuildLease& lease) {
+    ++sum_of.builds;
+    sum_of.jobs = sum(sum_of.jobs, lease.jobs);
   };
   for (const LiveLease& other : others) {
     if (other.lease.running) {

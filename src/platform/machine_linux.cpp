@@ -32,6 +32,7 @@ constexpr std::uint64_t kCriticalShare = 20;
 constexpr std::uint64_t kUnlimited = std::uint64_t{1} << 62;
 
 constexpr std::string_view kGroups = "/sys/fs/cgroup";
+constexpr std::string_view kOfVersion2 = "0::";  // before the group's path, in the list of them
 
 std::optional<std::uint64_t> number_in(std::string_view text) {
   while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
@@ -101,7 +102,10 @@ int LinuxMachine::pressure_level() const {
 }
 
 int LinuxMachine::cores_within_quota(int cores) const {
-  for_each_group([&](const std::string& group) {
+  const auto membership = files::read(root_ + "/proc/self/cgroup");
+  const auto path = membership ? line_after(*membership, kOfVersion2) : std::nullopt;
+  if (!path) return std::max(cores, 1);
+  climb(root_ + std::string(kGroups), *path, [&](const std::string& group) {
     const auto text = files::read(group + "/cpu.max");  // "max 100000" or "150000 100000"
     if (!text) return;
     const auto quota = number_in(*text);
@@ -157,23 +161,18 @@ void LinuxMachine::for_each_room(Visit visit) const {
     if (room) visit(*room);
   };
   look(machine_room());
-  for_each_group([&](const std::string& group) { look(group_room(group, kVersion2)); });
   const auto membership = files::read(root_ + "/proc/self/cgroup");
   if (!membership) return;
+  const std::string top = root_ + std::string(kGroups);
+  if (const auto path = line_after(*membership, kOfVersion2)) {
+    climb(top, *path, [&](const std::string& group) { look(group_room(group, kVersion2)); });
+  }
   for (const std::string_view line : text::split(*membership, '\n')) {
     const auto fields = text::split(line, ':');  // "5:cpu,memory:/user/build"
     if (fields.size() < 3 || !is_in_list("memory", fields[1])) continue;
-    climb(root_ + std::string(kGroups) + "/memory", fields[2],
+    climb(top + "/memory", fields[2],
           [&](const std::string& group) { look(group_room(group, kVersion1)); });
   }
-}
-
-// Every group of version 2 that bounds this process.
-template <class Visit>
-void LinuxMachine::for_each_group(Visit visit) const {
-  const auto membership = files::read(root_ + "/proc/self/cgroup");
-  const auto path = membership ? line_after(*membership, "0::") : std::nullopt;
-  if (path) climb(root_ + std::string(kGroups), *path, visit);
 }
 
 int pressure_level() { return LinuxMachine("").pressure_level(); }

@@ -33,8 +33,6 @@ class LinuxMachine {
   [[nodiscard]] bool memory_is_scarce() const;
   template <class Visit>
   void for_each_room(Visit visit) const;
-  template <class Visit>
-  void for_each_group(Visit visit) const;
 
   std::string root_;
 };
