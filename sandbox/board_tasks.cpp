@@ -71,7 +71,7 @@ Reply add_task(const Call& call) {
 }
 
 Reply list_tasks(const Call& call) {
-  Reply reply{.kind = Kind::tasks, .tasks{{}}};
+  Reply reply{.kind = Kind::tasks, .tasks{std::in_place}};
   for (const Ticket& ticket : call.thread.tickets) {
     reply.tasks->push_back(task_record(call.thread, ticket, call.caller));
   }
