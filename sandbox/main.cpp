@@ -115,7 +115,7 @@ TeamworkResponse ask(const Instance& instance, TeamworkRequest request) {
   request.token = bridge_token(instance.file("teamwork", "token"), "");
   const auto bytes =
       BridgeTransport::exchange(record::to_text(request), instance.file("teamwork", "sock"));
-  const auto reply = bytes ? record::from_text<TeamworkResponse>(bytes->view()) : std::nullopt;
+  const auto reply = bytes ? record::from_text<TeamworkResponse>(bytes.view()) : std::nullopt;
   return reply.value_or(TeamworkResponse{.message = "The sandbox does not answer."});
 }
 

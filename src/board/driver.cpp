@@ -121,10 +121,10 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
   const auto bytes =
       BridgeTransport::exchange(std::get<TeamworkRequest>(outcome), env.collabSocket);
   if (!bytes) {
-    runtime.err(complaints::not_answering("board"));
+    runtime.err(complaints::not_answering("board", env.collabSocket, bytes));
     return ExitCode::unavailable;
   }
-  const auto reply = json::parse(bytes->view());
+  const auto reply = json::parse(bytes.view());
   // The process ends with this command: taking a large reply apart again would only cost time.
   static TeamworkResponse& response = *new TeamworkResponse;
   if (!reply || !record::decode(*reply, response)) {

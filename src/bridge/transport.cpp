@@ -16,7 +16,9 @@
 #include <utility>
 
 #include "base/descriptor.h"
+#include "bridge/trust.h"
 #include "platform/memory.h"
+#include "platform/peer.h"
 #include "platform/sockets.h"
 
 namespace qv::BridgeTransport {
@@ -44,6 +46,14 @@ bool connect_to(const Descriptor& connection, const std::string& path) {
   return true;
 }
 
+// The user who serves the connection, when it is one that is not talked to. A system that
+// does not say who it is counts as nobody we know.
+std::optional<uid_t> foreign_peer(const Descriptor& connection) {
+  constexpr auto kNobody = static_cast<uid_t>(-1);
+  const uid_t user = platform::peer_user(connection).value_or(kNobody);
+  return trust::covers(user) ? std::nullopt : std::optional(user);
+}
+
 void set_timeout(const Descriptor& connection, int option, std::int64_t seconds) {
   timeval limit{};
   limit.tv_sec = static_cast<time_t>(seconds);
@@ -66,11 +76,12 @@ bool send_all(const Descriptor& connection, std::string_view bytes) {
 // Reads straight into the buffer that becomes the reply. Most replies fit its first size;
 // for the others it is made large enough for any, of which the system hands out only what
 // is really written.
-std::optional<Reply> receive(const Descriptor& connection, const Options& options) {
+Reply receive(const Descriptor& connection, const Options& options) {
   constexpr std::size_t kUsualSize = 64 * 1024;
   constexpr std::size_t kMemoryPerReplyByte = 6;  // with all that is made of it
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
-  Reply reply{std::unique_ptr<char[]>(new char[kUsualSize])};
+  Reply reply;
+  reply.bytes.reset(new char[kUsualSize]);
   std::size_t capacity = kUsualSize;
   for (;;) {
     if (reply.size == capacity) {
@@ -84,13 +95,14 @@ std::optional<Reply> receive(const Descriptor& connection, const Options& option
     const ssize_t count = ::recv(connection.get(), start, capacity - reply.size, 0);
     if (count < 0) {
       if (errno == EINTR) continue;
-      return std::nullopt;
+      return {};
     }
     const std::string_view read(start, static_cast<std::size_t>(count));
     const std::size_t end = read.find(options.terminator);
     reply.size += std::min(end, read.size());
-    if (reply.size > limit || (count == 0 && reply.size == 0)) return std::nullopt;
-    if (count == 0 || end != std::string_view::npos) return reply;
+    if (reply.size > limit || (count == 0 && reply.size == 0)) return {};
+    reply.answered = count == 0 || end != std::string_view::npos;
+    if (reply.answered) return reply;
   }
 }
 
@@ -113,14 +125,18 @@ bool receive_in_pieces(const Descriptor& connection, const Options& options,
   }
 }
 
-// A connection on which the whole request was sent; not valid on failure.
-Descriptor asked(std::string_view request, const std::string& socket_path, const Options& options) {
+// A connection on which the whole request was sent; not valid on failure, of which `why`
+// says what a user has to know.
+Descriptor asked(std::string_view request, const std::string& socket_path, const Options& options,
+                 Outcome& why) {
   if (socket_path.empty()) return {};
   Descriptor connection = platform::open_stream_socket();
   if (!connection.valid()) return {};
   set_timeout(connection, SO_RCVTIMEO, options.readTimeoutSeconds);
   set_timeout(connection, SO_SNDTIMEO, options.writeTimeoutSeconds);
   if (!connect_to(connection, socket_path)) return {};
+  why.foreign_user = foreign_peer(connection);
+  if (why.foreign_user) return {};
   if (!send_all(connection, std::string(request) + options.terminator)) return {};
   ::shutdown(connection.get(), SHUT_WR);
   return connection;
@@ -128,25 +144,27 @@ Descriptor asked(std::string_view request, const std::string& socket_path, const
 
 }  // namespace
 
-std::optional<Reply> exchange(std::string_view request, const std::string& socket_path,
-                              const Options& options) {
-  const Descriptor connection = asked(request, socket_path, options);
-  if (!connection.valid()) return std::nullopt;
+Reply exchange(std::string_view request, const std::string& socket_path, const Options& options) {
+  Reply none;
+  const Descriptor connection = asked(request, socket_path, options, none);
+  if (!connection.valid()) return none;
   return receive(connection, options);
 }
 
-bool stream(std::string_view request, const std::string& socket_path,
-            const std::function<void(std::string_view)>& take, const Options& options) {
-  const Descriptor connection = asked(request, socket_path, options);
-  return connection.valid() && receive_in_pieces(connection, options, take);
+Outcome stream(std::string_view request, const std::string& socket_path,
+               const std::function<void(std::string_view)>& take, const Options& options) {
+  Outcome outcome;
+  const Descriptor connection = asked(request, socket_path, options, outcome);
+  outcome.answered = connection.valid() && receive_in_pieces(connection, options, take);
+  return outcome;
 }
 
 bool is_live(const std::string& socket_path) {
   const Descriptor connection = platform::open_stream_socket();
   if (!connection.valid()) return false;
   ::fcntl(connection.get(), F_SETFL, O_NONBLOCK);
-  // A listener whose queue is full is busy, not gone.
-  return connect_to(connection, socket_path) || errno == EAGAIN;
+  if (connect_to(connection, socket_path)) return !foreign_peer(connection);
+  return errno == EAGAIN;  // a listener whose queue is full is busy, not gone
 }
 
 }  // namespace qv::BridgeTransport

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -20,8 +22,18 @@ struct Options {
   std::int64_t maxResponseBytes = 16'777'216;  // without the terminator
 };
 
+// Whether a reply came. None comes when the bridge cannot be reached, does not take the whole
+// request, does not answer in time or at all, or answers with more than is allowed; and a
+// bridge that a user serves who is not trusted is not sent a byte.
+struct Outcome {
+  bool answered = false;
+  std::optional<uid_t> foreign_user;  // who serves the socket, when that is why
+
+  explicit operator bool() const { return answered; }
+};
+
 // The bytes of a reply, without its terminator.
-struct Reply {
+struct Reply : Outcome {
   std::unique_ptr<char[]> bytes;
   std::size_t size = 0;
 
@@ -29,33 +41,31 @@ struct Reply {
 };
 
 // Sends `request` (one JSON document without its terminator) to the bridge at
-// `socket_path` and gives its reply up to the terminator. Nothing when the bridge cannot
-// be reached, does not take the whole request, does not answer in time or at all, or
-// answers with more than is allowed. Never prints, never raises SIGPIPE.
-[[nodiscard]] std::optional<Reply> exchange(std::string_view request,
-                                            const std::string& socket_path,
-                                            const Options& options = {});
+// `socket_path` and gives its reply up to the terminator. Never prints, never raises SIGPIPE.
+[[nodiscard]] Reply exchange(std::string_view request, const std::string& socket_path,
+                             const Options& options = {});
 
 // The same exchange for a reply that need not be held: each piece is given away as it
-// arrives. False where `exchange` gives nothing; what was given away is void then.
-[[nodiscard]] bool stream(std::string_view request, const std::string& socket_path,
-                          const std::function<void(std::string_view piece)>& take,
-                          const Options& options = {});
+// arrives. Where there is no reply, what was given away is void.
+[[nodiscard]] Outcome stream(std::string_view request, const std::string& socket_path,
+                             const std::function<void(std::string_view piece)>& take,
+                             const Options& options = {});
 
 // Both for a request that is still a record. Slashes are escaped, as the app itself does.
 template <record::Record Request>
-[[nodiscard]] std::optional<Reply> exchange(const Request& request, const std::string& socket_path,
-                                            const Options& options = {}) {
+[[nodiscard]] Reply exchange(const Request& request, const std::string& socket_path,
+                             const Options& options = {}) {
   return exchange(record::to_text(request, json::Slashes::escaped), socket_path, options);
 }
 template <record::Record Request>
-[[nodiscard]] bool stream(const Request& request, const std::string& socket_path,
-                          const std::function<void(std::string_view piece)>& take,
-                          const Options& options = {}) {
+[[nodiscard]] Outcome stream(const Request& request, const std::string& socket_path,
+                             const std::function<void(std::string_view piece)>& take,
+                             const Options& options = {}) {
   return stream(record::to_text(request, json::Slashes::escaped), socket_path, take, options);
 }
 
-// Whether somebody listens on the socket. Connects and writes nothing; never waits.
+// Whether somebody who is trusted listens on the socket. Connects and writes nothing; never
+// waits.
 [[nodiscard]] bool is_live(const std::string& socket_path);
 
 }  // namespace qv::BridgeTransport

@@ -143,7 +143,7 @@ std::optional<int> Build::act(const Step::Wait& wait) {
 std::optional<int> Build::act(Step::Run& run) {
   platform::log_started(queue_.own.pid, run.jobs.value_or(run.cores), run.cores, run.others);
   if (run.jobs) messages::tell(messages::uses_fewer_cores(*run.jobs, run.cores, run.others));
-  prepare_tool(run.jobs);
+  prepare_tool(run.jobs || !run.bounded ? run.jobs : run.cores);
   if (!run.log.valid()) become_tool();
   return run_with_log(std::move(run.log));
 }

@@ -40,6 +40,7 @@ struct Coordinator {
       std::optional<std::int64_t> jobs;  // absent: no job count is imposed
       std::int64_t others;               // builds already running
       std::int64_t cores;
+      bool bounded;    // by the user: without an imposed count the tool gets `cores`
       Descriptor log;  // new and empty, when the build can be followed
     };
     std::variant<Wait, Hold, Follow, Run> outcome;

@@ -63,7 +63,7 @@ Step Coordinator::decide(Queue& queue, const BuildMemory& memory) const {
       own.key = queue.key;
       own.log = text::repaired(ledger->log_path(own.pid));
     }
-    step.outcome = Step::Run{jobs, plan.running, memory.cores, std::move(log)};
+    step.outcome = Step::Run{jobs, plan.running, memory.cores, memory.bounded, std::move(log)};
   }
   ledger->write(own);
   return step;

@@ -16,7 +16,7 @@ namespace {
 using Kind = MCPBridgeResponse::Kind;
 
 // The bridge's answer: the reply as it came or, where the note's text never came to memory,
-// its frame and the page.
+// its frame and the page. Without one, `whole` says why.
 struct Answer {
   BridgeTransport::Reply whole;
   std::string frame;
@@ -25,19 +25,17 @@ struct Answer {
   [[nodiscard]] std::string_view json() const { return whole.bytes ? whole.view() : frame; }
 };
 
-// Absent when there was none.
-std::optional<Answer> ask(const MCPBridgeRequest& request, const std::string& socket,
-                          const View& view, bool wantsJSON) {
+Answer ask(const MCPBridgeRequest& request, const std::string& socket, const View& view,
+           bool wantsJSON) {
   Answer answer;
   if (wantsJSON || !(view.offset || view.limit)) {
-    auto reply = BridgeTransport::exchange(request, socket);
-    if (!reply) return std::nullopt;
-    answer.whole = std::move(*reply);
+    answer.whole = BridgeTransport::exchange(request, socket);
     return answer;
   }
   NoteStream stream(view.offset, view.limit);
   const auto take = [&stream](std::string_view piece) { stream.take(piece); };
-  if (!BridgeTransport::stream(request, socket, take)) return std::nullopt;
+  static_cast<BridgeTransport::Outcome&>(answer.whole) =
+      BridgeTransport::stream(request, socket, take);
   answer.frame = stream.frame();
   answer.page = stream.page();
   return answer;
@@ -63,24 +61,24 @@ ExitCode run(const Verb& verb, const ArgParser::ArgBox& flags, bool wantsJSON,
       verb.method, flags, bridge_token(env.notesTokenFile, env.notesTokenSeed), env.sessionID);
   View view{verb.method, flags.integer("offset"), flags.integer("limit"), {}};
   auto answer = ask(request, env.notesSocket, view, wantsJSON);
-  if (!answer) {
-    runtime.err(complaints::not_answering("notes"));
+  if (!answer.whole) {
+    runtime.err(complaints::not_answering("notes", env.notesSocket, answer.whole));
     return ExitCode::unavailable;
   }
-  const auto reply = json::parse(answer->json());
+  const auto reply = json::parse(answer.json());
   std::optional<MCPBridgeResponse> response(std::in_place);
   if (!reply || !record::decode(*reply, *response)) response.reset();
 
   const ExitCode status = status_for(response, verb);
   if (wantsJSON) {
-    runtime.out(reply ? json::pretty(*reply) : std::string(answer->json()));
+    runtime.out(reply ? json::pretty(*reply) : std::string(answer.json()));
   } else if (!response) {
     runtime.err("qv: the notes bridge sent a reply this build could not read.");
   } else if (status == ExitCode::notFound) {
     runtime.err("qv note " + std::string(verb.name) +
                 ": no note by that name in this room. `qv note list` shows what is here.");
   } else {
-    view.page = std::move(answer->page);
+    view.page = std::move(answer.page);
     runtime.out(render(*response, view));
   }
   return status;

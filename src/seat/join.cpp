@@ -70,8 +70,8 @@ Claim claim_from(const Options& options, const std::string& seat_file) {
   return claim;
 }
 
-std::optional<BridgeTransport::Reply> ask(const Claim& claim, const std::string& socket,
-                                          const std::string& token, const std::string& sessionID) {
+BridgeTransport::Reply ask(const Claim& claim, const std::string& socket, const std::string& token,
+                           const std::string& sessionID) {
   MCPBridgeRequest request;
   request.token = token;
   request.sessionID = sessionID;
@@ -120,10 +120,10 @@ ExitCode join_known_instance(const Claim& claim, bool wantsJSON, CLIRuntime& run
   const auto bytes = ask(claim, env.notesSocket,
                          bridge_token(env.notesTokenFile, env.notesTokenSeed), env.sessionID);
   if (!bytes) {
-    runtime.err(complaints::not_answering("notes"));
+    runtime.err(complaints::not_answering("notes", env.notesSocket, bytes));
     return ExitCode::unavailable;
   }
-  const auto reply = read_reply(bytes->view());
+  const auto reply = read_reply(bytes.view());
   if (!reply) {
     runtime.err("qv join: the notes bridge sent a reply this build could not read.");
     return ExitCode::refused;
@@ -139,8 +139,12 @@ ExitCode join_any_instance(const Claim& claim, bool wantsJSON, CLIRuntime& runti
        BridgeDiscovery::candidates(Kind::mcp, platform::application_support_directory())) {
     const auto bytes = ask(claim, instance.socketPath, bridge_token(instance.tokenPath, ""),
                            runtime.env().sessionID);
-    if (!bytes) continue;
-    const auto reply = read_reply(bytes->view());
+    if (!bytes) {
+      const std::string reason = complaints::served_by_another_user(instance.socketPath, bytes);
+      if (!reason.empty()) runtime.err(reason);
+      continue;
+    }
+    const auto reply = read_reply(bytes.view());
     if (!reply || reply->refused()) continue;
     return admitted(*reply, instance.socketPath, wantsJSON, runtime);
   }

@@ -12,6 +12,7 @@
 #include "base/foreground.h"
 #include "base/text.h"
 #include "bridge/complaints.h"
+#include "bridge/trust.h"
 #include "cli/exit_code.h"
 #include "cli/help_flag.h"
 
@@ -32,6 +33,12 @@ constexpr std::string_view kHelp =
     "command a path to an already-unlinked file, so the secret exists at no\n"
     "path anything can open. Use --env NAME only for a tool that cannot read\n"
     "a path, and know that it is readable by any same-uid process.";
+
+std::string distrust_of(const trust::ForeignComponent& component) {
+  return "qv secret: " + component.path + " belongs to another user (uid " +
+         std::to_string(component.owner) +
+         ") and stands in a folder that anybody can write to; not running what is there.";
+}
 
 }  // namespace
 
@@ -55,8 +62,10 @@ int secret(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
     runtime.err(complaints::kNotInThread);
     return status_of(ExitCode::unavailable);
   }
-  if (!files::is_executable(broker)) {
+  const auto foreign = trust::foreign_component(broker);
+  if (foreign || !files::is_executable(broker)) {
     runtime.err("qv secret: the broker is not available at " + broker + ".");
+    if (foreign) runtime.err(distrust_of(*foreign));
     return status_of(ExitCode::unavailable);
   }
   const auto status = run_in_foreground(broker, arguments);

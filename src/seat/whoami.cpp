@@ -40,10 +40,10 @@ ExitCode set_name(const std::string& name, CLIRuntime& runtime) {
   request.name = name;
   const auto reply = BridgeTransport::exchange(request, env.notesSocket);
   if (!reply) {
-    runtime.err(complaints::not_answering("notes"));
+    runtime.err(complaints::not_answering("notes", env.notesSocket, reply));
     return ExitCode::unavailable;
   }
-  const auto response = record::from_text<MCPBridgeResponse>(reply->view());
+  const auto response = record::from_text<MCPBridgeResponse>(reply.view());
   if (!response) {
     runtime.err("qv whoami: the notes bridge sent a reply this build could not read.");
     return ExitCode::usage;
@@ -58,15 +58,20 @@ ExitCode set_name(const std::string& name, CLIRuntime& runtime) {
 }
 
 // The board's list of agents; absent when it could not be asked or would not say.
-std::optional<TeamworkResponse> agents_on_board(const CLIEnvironment& env) {
+std::optional<TeamworkResponse> agents_on_board(CLIRuntime& runtime) {
+  const CLIEnvironment& env = runtime.env();
   using Kind = TeamworkResponse::Kind;
   TeamworkRequest request;
   request.token = bridge_token(env.collabTokenFile, env.collabTokenSeed);
   request.sessionID = env.sessionID;
   request.method = "list_agents";
   const auto reply = BridgeTransport::exchange(request, env.collabSocket);
-  if (!reply) return std::nullopt;
-  auto response = record::from_text<TeamworkResponse>(reply->view());
+  if (!reply) {
+    const std::string reason = complaints::served_by_another_user(env.collabSocket, reply);
+    if (!reason.empty()) runtime.err(reason);
+    return std::nullopt;
+  }
+  auto response = record::from_text<TeamworkResponse>(reply.view());
   if (response && (response->kind == Kind::gated || response->kind == Kind::error)) return {};
   return response;
 }
@@ -106,7 +111,7 @@ SeatReport gather(CLIRuntime& runtime) {
       .vaultUp = is_up(env.vaultSocket),
   };
   if (!report.boardUp) return report;
-  if (const auto response = agents_on_board(env)) learn(*response, report, runtime);
+  if (const auto response = agents_on_board(runtime)) learn(*response, report, runtime);
   return report;
 }
 

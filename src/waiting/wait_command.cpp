@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <utility>
 
 #include "base/files.h"
 #include "base/io.h"
@@ -44,7 +45,9 @@ class RealWorld : public WaitWorld {
     addressed.token = bridge_token(env_.collabTokenFile, env_.collabTokenSeed);
     addressed.sessionID = env_.sessionID;
     const auto reply = BridgeTransport::exchange(addressed, env_.collabSocket);
-    return reply ? std::optional<std::string>(reply->view()) : std::nullopt;
+    if (reply) return std::string(reply.view());
+    say_once_who_serves(reply);
+    return std::nullopt;
   }
 
   std::int64_t cursor() override { return runtime_.state().load().lastSeenRev; }
@@ -59,10 +62,17 @@ class RealWorld : public WaitWorld {
   void err(std::string_view text) override { runtime_.err(text); }
 
  private:
+  // A wait asks every second and would say so every second.
+  void say_once_who_serves(const BridgeTransport::Outcome& outcome) {
+    if (!outcome.foreign_user || std::exchange(said_who_serves_, true)) return;
+    runtime_.err(complaints::served_by_another_user(env_.collabSocket, outcome));
+  }
+
   CLIRuntime& runtime_;
   const CLIEnvironment& env_;
   pid_t parent_;
   bool write_failed_ = false;
+  bool said_who_serves_ = false;
 };
 
 }  // namespace

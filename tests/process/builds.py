@@ -101,18 +101,12 @@ class World(unittest.TestCase):
               prepare=None, **options):
         """Starts a build of at most two cores; memory sets no limit."""
         environment = {"HOME": self.home, "PATH": os.environ["PATH"], "FAKE": script,
-                       "QUORVEL_BUILD_MEMORY_OFF": "1", "QUORVEL_QV": QV,
+                       "QUORVEL_BUILD_MEMORY_OFF": "1", "QUORVEL_BUILD_CORES": "2", "QUORVEL_QV": QV,
                        "QUORVEL_BIN": self.bin, **(env or {})}
-
-        def before_exec():
-            if hasattr(os, "sched_setaffinity"):
-                os.sched_setaffinity(0, sorted(os.sched_getaffinity(0))[:2])
-            if prepare:
-                prepare()
 
         path = tool if "/" in tool else f"{self.bin}/{tool}"
         build = Build(self, [QV, "__build", path, *arguments], cwd=folder or self.repo,
-                      env=environment, preexec_fn=before_exec, **options)
+                      env=environment, preexec_fn=prepare, **options)
         self.builds.append(build)
         return build
 

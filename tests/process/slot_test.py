@@ -4,6 +4,7 @@ import re
 import signal
 
 import builds
+from builds import gate
 
 TELL = 'echo "slot=$QUORVEL_BUILD_SLOT jobs=$CARGO_BUILD_JOBS arguments=$*"'
 
@@ -25,12 +26,23 @@ class Slot(builds.World):
         ]
         for tool, arguments, variables, coordinated in rows:
             with self.subTest(tool=tool, arguments=arguments, variables=variables):
-                build = self.start(TELL, tool=tool, arguments=arguments, env=variables)
+                build = self.start(TELL, tool=tool, arguments=arguments,
+                                   env={"QUORVEL_BUILD_CORES": "", **variables})
                 self.assertEqual(build.status(), 0)
                 slot = "1" if coordinated else ""
                 self.assertEqual(build.out.decode(),
                                  f"slot={slot} jobs= arguments={' '.join(arguments)}\n")
                 self.assertEqual(build.err, b"")
+
+    def test_cores_the_user_keeps_are_kept_from_an_unrestricted_build(self):
+        whole = self.start_running(gate("go"), env={"QUORVEL_BUILD_CORES": "0"})
+        cores = self.leases()[whole.pid]["jobs"]
+        self.touch("go")
+        self.assertEqual((whole.status(), whole.err), (0, b""))
+        build = self.start(TELL, env={"QUORVEL_BUILD_CORES": "1"})
+        jobs = "1" if cores > 1 else ""
+        self.assertEqual((build.status(), build.out.decode(), build.err),
+                         (0, f"slot=1 jobs={jobs} arguments=build\n", b""))
 
     def test_the_status_is_the_tools(self):
         for folder in (self.repo, self.plain):

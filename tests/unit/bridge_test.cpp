@@ -9,6 +9,7 @@
 #include "bridge/discovery.h"
 #include "bridge/token.h"
 #include "bridge/transport.h"
+#include "bridge/trust.h"
 #include "cli/environment.h"
 #include "support.h"
 #include "waiting/pane_state.h"
@@ -110,6 +111,52 @@ TEST(Transport, PathsOf103BytesWorkAndNoLonger) {
   EXPECT_TRUE(BridgeTransport::is_live(fits));
   EXPECT_FALSE(BridgeTransport::is_live(fits + "s"));
   EXPECT_FALSE(BridgeTransport::is_live(""));
+}
+
+TEST(Trust, OurselvesRootAndWhoeverCalledSudo) {
+  struct Row {
+    uid_t user, self;
+    const char* sudo_user;
+    bool trusted;
+  };
+  constexpr Row kRows[] = {
+      {501, 501, nullptr, true}, {0, 501, nullptr, true},  {502, 501, nullptr, false},
+      {502, 501, "502", false},  {501, 0, nullptr, false}, {501, 0, "501", true},
+      {502, 0, "501", false},    {501, 0, "501 ", false},  {0, 0, "", true},
+  };
+  for (const Row& row : kRows) {
+    EXPECT_EQ(trust::covers(row.user, row.self, row.sudo_user), row.trusted)
+        << row.user << " " << row.self;
+  }
+}
+
+// What another user left where anybody may leave things: a socket that answers, and the
+// folder of a program. Only root can be two users.
+TEST(Trust, WhatAnotherUserLeftIsNotUsed) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root";
+  constexpr uid_t kOther = 12345;
+  const ScratchDirectory shared;
+  ASSERT_EQ(::chmod(shared.path().c_str(), 01777), 0);
+  ASSERT_EQ(::seteuid(kOther), 0);
+  const std::string path = shared.file("left/mcp-1.sock");
+  const Descriptor listener = bound(path);
+  const std::string program = shared.write("left/broker", "");
+  ASSERT_EQ(::seteuid(0), 0);
+
+  EXPECT_FALSE(BridgeTransport::is_live(path));
+  ::close(::accept(listener.get(), nullptr, nullptr));
+  EXPECT_EQ(BridgeTransport::exchange("{}", path).foreign_user, kOther);
+  char byte = 0;
+  const Descriptor accepted(::accept(listener.get(), nullptr, nullptr));
+  EXPECT_LE(::recv(accepted.get(), &byte, 1, MSG_DONTWAIT), 0) << "not a byte of the request";
+
+  fs::create_directories(shared.file("own"));
+  fs::create_symlink("../left", shared.file("own/link"));
+  const auto foreign = trust::foreign_component(shared.file("own/./link/broker"));
+  ASSERT_TRUE(foreign);
+  EXPECT_EQ(foreign->path, shared.file("left"));
+  ASSERT_EQ(::chmod(shared.path().c_str(), 0755), 0);
+  EXPECT_FALSE(trust::foreign_component(program)) << "an account that installs programs";
 }
 
 TEST(PaneState, KeepsAWholeRecordOrTheDefault) {

@@ -68,9 +68,10 @@ TEST_F(Decide, TellsItsLeaseFromWaitToRun) {
 TEST_F(Decide, RunsUnrestrictedWithALogOfItsOwn) {
   queue_.key = "k";
   scratch_.write("builds/logs/" + std::to_string(::getpid()) + ".log", "older");
-  const Step step = decide(6);
+  const Step step = coordinator_.decide(queue_, {.cores = 6, .bounded = true});
   const auto& run = std::get<Step::Run>(step.outcome);
   EXPECT_EQ(run.jobs, std::nullopt);
+  EXPECT_TRUE(run.bounded && run.cores == 6);
   EXPECT_TRUE(run.log.valid());
   EXPECT_EQ(files::read(coordinator_.ledger->log_path(::getpid())), "");
   EXPECT_EQ(queue_.own.jobs, 6);
@@ -93,6 +94,21 @@ TEST_F(Decide, FollowsTheSameBuildOnce) {
   queue_.do_not_follow = false;
   coordinator_.ledger->remove_log(other_.pid);
   EXPECT_TRUE(std::holds_alternative<Step::Wait>(decide(2).outcome)) << "no log to open";
+}
+
+TEST(BuildReadings, CountNoMoreCoresThanTheUserGrants) {
+  const int cores = platform::active_cores();
+  const auto counted = [](const std::string& granted) {
+    return Readings({{"QUORVEL_BUILD_CORES", granted}}, "qv", "/nowhere").memory();
+  };
+  EXPECT_EQ(counted("1").cores, 1);
+  EXPECT_EQ(counted("1").bounded, cores > 1);
+  for (const std::string& granted :
+       {std::to_string(cores), std::string("9999999999"), std::string("0"), std::string("-1"),
+        std::string(""), std::string("1x")}) {
+    EXPECT_EQ(counted(granted).cores, cores) << granted;
+    EXPECT_FALSE(counted(granted).bounded) << granted;
+  }
 }
 
 TEST(BuildMessages, AreWholeSentences) {
