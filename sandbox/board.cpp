@@ -50,7 +50,9 @@ Reply heartbeat(const Call& call) {
 }
 
 Reply list_agents(const Call& call) {
-  Reply reply{.kind = Kind::agents, .agents{std::in_place}, .squad = kSquad, .panes{std::in_place}};
+  Reply reply{.kind = Kind::agents, .squad = kSquad};
+  reply.agents.emplace();
+  reply.panes.emplace();
   for (const Pane& pane : call.thread.panes) {
     if (pane.seat) {
       reply.agents->push_back(agent_record(call.thread, pane, call.caller));

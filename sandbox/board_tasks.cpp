@@ -71,7 +71,8 @@ Reply add_task(const Call& call) {
 }
 
 Reply list_tasks(const Call& call) {
-  Reply reply{.kind = Kind::tasks, .tasks{std::in_place}};
+  Reply reply{.kind = Kind::tasks};
+  reply.tasks.emplace();
   for (const Ticket& ticket : call.thread.tickets) {
     reply.tasks->push_back(task_record(call.thread, ticket, call.caller));
   }

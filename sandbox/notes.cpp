@@ -60,7 +60,8 @@ std::string section_of(const Note& note, std::string_view title) {
 }
 
 Reply list_notes(const Call& call) {
-  Reply reply{.kind = Kind::notes, .notes{std::in_place}};
+  Reply reply{.kind = Kind::notes};
+  reply.notes.emplace();
   for (const Note& note : call.thread.notes) {
     const bool meant = !call.request.name || note.name == call.name;
     const bool has_section =
@@ -184,7 +185,8 @@ Reply move_note(const Call& call) {
 
 // What was done, and what notebooks there are now.
 Reply with_notebooks(const Call& call, const std::string& message) {
-  Reply reply{.kind = Kind::written, .notebooks{std::in_place}, .message = message};
+  Reply reply{.kind = Kind::written, .message = message};
+  reply.notebooks.emplace();
   for (const std::string& name : call.thread.notebooks) {
     const auto held = std::ranges::count(call.thread.notes, name, &Note::notebook);
     reply.notebooks->push_back({.name = name, .notes = held, .access = "read and write"});
