@@ -17,12 +17,17 @@ import unittest
 
 QV = ""
 GIVE_UP_AFTER = 60  # seconds; only ever reached by a fault
+FOCUSED = {"QUORVEL_SESSION_ID": "pane"}  # what a build in the focused pane has
 
 
 def main():
     """Runs the tests of the calling file: FILE QV [unittest's own arguments]."""
     global QV
     QV = os.path.abspath(sys.argv.pop(1))
+    # The background job of a script starts with some signals ignored, and so would the builds.
+    signal.signal(signal.SIGINT, signal.default_int_handler)
+    for number in (signal.SIGQUIT, signal.SIGHUP):
+        signal.signal(number, signal.SIG_DFL)
     unittest.main(module="__main__")
 
 
@@ -64,6 +69,9 @@ class Build:
     def status(self):
         return self.process.wait(GIVE_UP_AFTER)
 
+    def result(self):
+        return self.status(), self.out
+
     def end(self):
         if self.process.poll() is None:
             self.process.kill()
@@ -91,11 +99,21 @@ class World(unittest.TestCase):
         for step in ("init -q", "add -A", "-c user.name=t -c user.email=t@t commit -qm first"):
             subprocess.run(["git", "-C", self.repo] + step.split(), check=True)
         self.builds = []
+        self.run_empty_build()
 
     def tearDown(self):
         for build in self.builds:
             build.end()
         shutil.rmtree(self.root)
+
+    def run_empty_build(self):
+        """Makes the ledger, and reads it: what the dead have left is dropped then."""
+        self.start("").status()
+        self.builds.pop().end()
+
+    def focus(self):
+        with open(self.ledger + "/focus", "w") as file:
+            file.write("  pane\n\n")
 
     def start(self, script, tool="cargo", arguments=("build",), folder=None, env=None,
               prepare=None, **options):
@@ -112,7 +130,7 @@ class World(unittest.TestCase):
 
     def leases(self):
         found = {}
-        for name in os.listdir(self.ledger) if os.path.isdir(self.ledger) else ():
+        for name in os.listdir(self.ledger):
             if name.endswith(".json"):
                 try:
                     with open(f"{self.ledger}/{name}") as file:

@@ -36,9 +36,7 @@ class Chaos(builds.World):
         self.random = random.Random(SEED)
         self.count = {"whole": 0, "followed": 0, "rebuilt": 0, "killed": 0, "stopped": 0}
         self.worst_wait, self.idle_since = 0.0, None
-        self.run_empty_build()
-        with open(self.ledger + "/focus", "w") as focus:
-            focus.write("pane")
+        self.focus()
         end = time.monotonic() + SECONDS
         while self.builds or time.monotonic() < end:
             if time.monotonic() < end and len(self.builds) < ALIVE:
@@ -53,16 +51,9 @@ class Chaos(builds.World):
         if SECONDS >= 60:
             self.assertTrue(all(self.count.values()), "a kind of event never happened")
 
-    def run_empty_build(self):
-        """Makes the ledger, and reads it: what the dead have left is dropped then."""
-        build = self.start("")
-        build.status()
-        self.builds.remove(build)
-        build.end()
-
     def launch(self):
         kind = self.random.choice(KINDS)
-        session = {"QUORVEL_SESSION_ID": "pane"} if self.random.random() < 0.4 else {}
+        session = builds.FOCUSED if self.random.random() < 0.4 else {}
         folder = self.repo if self.random.random() < 0.8 else self.plain
         build = self.start(script(*kind), folder=folder, env=session)
         build.kind, build.fate, build.hit = kind, None, False

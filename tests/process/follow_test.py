@@ -1,5 +1,4 @@
 """One build runs, the same builds follow it; and what becomes of them when it fails."""
-import hashlib
 import os
 import pty
 import resource
@@ -17,17 +16,17 @@ STOPPED = "that build was stopped before it finished, so this one is building fo
 class Follow(builds.World):
     def test_streams_and_status_byte_for_byte(self):
         script = ("head -c 300000 /dev/urandom; head -c 70000 /dev/urandom >&2; printf half; " +
-                  gate("go") + "echo end; echo error >&2; exit 2")
+                  gate("go") + "head -c 20000000 /dev/urandom; echo error >&2; exit 2")
         leader = self.start_running(script)
         followers = [self.start_following(script) for _ in range(3)]
         self.assertEqual(set(self.leases()), {leader.pid}, "followers leave the queue")
         self.touch("go")
         told = ("quorvel: " + FOLLOWS).encode()
         self.assertEqual(leader.status(), 2)
-        self.assertEqual(len(leader.out), 300008)
+        self.assertEqual(len(leader.out), 20300004)
         for follower in followers:
             self.assertEqual(follower.status(), 2)
-            self.assertEqual(follower.out, leader.out)
+            self.assertTrue(follower.out == leader.out, "a difference")
             self.assertEqual(follower.err, told + leader.err)
         self.assert_ledger_is_clean()
 
@@ -84,14 +83,6 @@ class Follow(builds.World):
         self.touch("go")
         self.assertEqual(leader.status(), 0)
 
-    def test_a_leader_killed_before_it_leads(self):
-        self.start_running(gate("go"), folder=self.plain)
-        first = self.start_queued("echo mine")
-        second = self.start_queued("echo mine")
-        first.process.kill()
-        self.touch("go")
-        self.assertEqual((second.status(), second.out), (0, b"mine\n"))
-
     def test_a_leader_killed_after_its_exit_frame(self):
         script = "echo begin; " + gate("go") + "echo end; exit 3"
         leader = self.start_running(script)
@@ -108,8 +99,8 @@ class Follow(builds.World):
             until(log_is_complete, "the exit frame")
             leader.process.kill()
             leader.process.wait()
-            self.assertEqual((follower.status(), follower.out), (3, b"begin\nend\n"))
-        self.start("", folder=self.plain).status()
+            self.assertEqual(follower.result(), (3, b"begin\nend\n"))
+        self.run_empty_build()
         self.assertEqual(self.logs(), [])
 
     def test_a_leader_whose_tool_dies_of_a_signal(self):
@@ -118,7 +109,7 @@ class Follow(builds.World):
         follower = self.start_following(script)
         self.touch("go")
         self.assertEqual(leader.status(), 128 + 9)
-        self.assertEqual((follower.status(), follower.out), (0, b"done\n"))
+        self.assertEqual(follower.result(), (0, b"done\n"))
         self.assertTrue(follower.said(STOPPED))
 
     def test_a_damaged_log_is_not_believed(self):
@@ -157,19 +148,6 @@ class Follow(builds.World):
         self.assertTrue(follower.said(STOPPED))
         self.assertTrue(follower.out.endswith(bytes(900_000) + b"end\n"))
 
-    def test_two_hundred_megabytes(self):
-        size = 200 << 20
-        script = gate("go") + f"yes 0123456789abcde | head -c {size}; echo end >&2"
-        leader = self.start_running(script)
-        follower = self.start_following(script)
-        self.touch("go")
-        self.assertEqual((leader.status(), follower.status()), (0, 0))
-        expected = hashlib.sha256(b"0123456789abcde\n" * (size // 16)).digest()
-        for build in (leader, follower):
-            self.assertEqual(hashlib.sha256(build.out).digest(), expected)
-            self.assertTrue(build.err.endswith(b"end\n"))
-        self.assert_ledger_is_clean()
-
 
 class Streams(builds.World):
     def test_a_reader_that_goes_away(self):
@@ -202,7 +180,7 @@ class Streams(builds.World):
 
         for prepare in (None, blocked):
             build = self.start("echo out; sleep 600 & echo $! >../daemon; exit 3", prepare=prepare)
-            self.assertEqual((build.status(), build.out), (3, b"out\n"))
+            self.assertEqual(build.result(), (3, b"out\n"))
             self.assert_ledger_is_clean()
             with open(self.root + "/daemon") as file:
                 os.kill(int(file.read()), signal.SIGKILL)  # and so it was still there
@@ -222,7 +200,7 @@ class Streams(builds.World):
         os.killpg(build.pid, signal.SIGSTOP)
         os.killpg(build.pid, signal.SIGCONT)
         os.killpg(build.pid, signal.SIGINT)
-        self.assertEqual((build.status(), build.out), (9, b"ready\nstopped\n"))
+        self.assertEqual(build.result(), (9, b"ready\nstopped\n"))
 
     def test_an_ignored_hangup_stays_ignored(self):
         build = self.start("echo ready; " + gate("go") + "exit 5",

@@ -4,7 +4,7 @@ import signal
 import time
 
 import builds
-from builds import gate, until
+from builds import FOCUSED, gate, until
 
 
 class Queue(builds.World):
@@ -13,8 +13,8 @@ class Queue(builds.World):
         running = self.start_running(gate("go") + "true", folder=self.plain)
         self.cores = self.leases()[running.pid]["jobs"]  # both of them, or the only one
         for name in names:
-            session = {"QUORVEL_SESSION_ID": "pane"} if name in focused else {}
-            build = self.start(f"echo {name} >>../order; sleep 0.1", folder=self.plain, env=session)
+            build = self.start(f"echo {name} >>../order; sleep 0.1", folder=self.plain,
+                               env=FOCUSED if name in focused else {})
             if name in focused:
                 build.status()
             else:
@@ -36,9 +36,7 @@ class Queue(builds.World):
         self.assertIn(b" 1 other build to finish first", self.builds[1].err)
 
     def test_the_focused_pane_goes_first(self):
-        self.start("", folder=self.plain).status()
-        with open(self.ledger + "/focus", "w") as focus:
-            focus.write("  pane\n\n")
+        self.focus()
         self.assertEqual(self.order("abcde", focused="d"), list("dabce"))
         share = f"using {self.cores} of {self.cores} cores while 1 other build runs\n"
         self.assertTrue(self.builds[-2].said(share))
@@ -46,10 +44,8 @@ class Queue(builds.World):
     def test_focus_that_moves_is_noticed(self):
         self.start_running(gate("go"), folder=self.plain)
         first = self.start_queued("echo first >>../order", folder=self.plain)
-        second = self.start_queued("echo second >>../order", folder=self.plain,
-                                   env={"QUORVEL_SESSION_ID": "pane"})
-        with open(self.ledger + "/focus", "w") as focus:
-            focus.write("pane")
+        second = self.start_queued("echo second >>../order", folder=self.plain, env=FOCUSED)
+        self.focus()
         self.assertEqual(second.status(), 0)
         self.assertTrue(self.is_queued(first))
         self.touch("go")
@@ -69,32 +65,27 @@ class Queue(builds.World):
             self.assertEqual(file.read().split(), ["last", "stopped"])
 
     def test_a_job_count_reaches_the_tool(self):
-        self.start("", folder=self.plain).status()
-        with open(self.ledger + "/focus", "w") as focus:
-            focus.write("pane")
+        self.focus()
         running = self.start_running(gate("go"), folder=self.plain)
-        session = {"QUORVEL_SESSION_ID": "pane"}
         cores = self.leases()[running.pid]["jobs"]
         rows = [("cargo", {}, f"{cores}||build"), ("go", {}, f"|-p={cores}|build"),
                 ("go", {"GOFLAGS": "-v"}, f"|-v -p={cores}|build"),
                 ("swift", {}, f"||build -j {cores}"), ("xcodebuild", {}, f"||-jobs {cores} build")]
         for tool, variables, expected in rows:
             build = self.start('echo "$CARGO_BUILD_JOBS|$GOFLAGS|$*"', tool=tool,
-                               env={**session, **variables})
-            self.assertEqual((build.status(), build.out.decode()), (0, expected + "\n"))
+                               env={**FOCUSED, **variables})
+            self.assertEqual(build.result(), (0, expected.encode() + b"\n"))
         self.touch("go")
 
     def test_a_dead_build_blocks_nobody(self):
-        running = self.start_running("sleep 60", folder=self.plain)
-        ahead = self.start_queued("true", folder=self.plain)
-        waiting = self.start_queued("echo mine", folder=self.plain)
+        running = self.start_running(gate("go"), folder=self.plain)
+        ahead, waiting = (self.start_queued("echo mine") for _ in range(2))
         for build in (running, ahead):
             build.process.send_signal(signal.SIGKILL)  # and not reaped
-        self.assertEqual((waiting.status(), waiting.out), (0, b"mine\n"))
-        self.assertEqual(set(self.leases()), {waiting.pid})
+        self.assertEqual(waiting.result(), (0, b"mine\n"))
+        self.assert_ledger_is_clean()
 
     def test_leases_that_nobody_holds_block_nobody(self):
-        self.start("").status()
         lease = ('{"pid":%d,"startTime":%s,"running":true,"jobs":9,"focused":true,"queuedAt":1,'
                  '"log":"%s"}')
         log = self.ledger + "/logs/1.log"
@@ -107,11 +98,13 @@ class Queue(builds.World):
         self.assertEqual(self.start("exit 5").status(), 5)
         self.assert_ledger_is_clean()
 
-    def test_a_lock_that_is_not_given_back(self):
-        self.start("").status()
+    def test_a_lock_that_is_given_back_late_or_not_at_all(self):
+        script = 'echo "slot $QUORVEL_BUILD_SLOT"'
         with self.hold_lock():
-            build = self.start('echo "alone $QUORVEL_BUILD_SLOT"')
-            self.assertEqual((build.status(), build.out), (0, b"alone \n"))
+            self.assertEqual(self.start(script).result(), (0, b"slot \n"), "given up")
+            patient = self.start(script)
+            time.sleep(1)
+        self.assertEqual(patient.result(), (0, b"slot 1\n"))
         self.assert_ledger_is_clean()
 
     def test_stopped_in_the_queue(self):

@@ -22,6 +22,7 @@ import difflib
 import json
 import os
 import shutil
+import signal
 import socket
 import subprocess
 import sys
@@ -178,7 +179,8 @@ def run_case(case, env, home, servers):
 def main():
     program, path = os.path.abspath(sys.argv[1]), sys.argv[2]
     cases = parse(path)
-    home = tempfile.mkdtemp(prefix="qv-")
+    signal.signal(signal.SIGINT, signal.default_int_handler)  # a background job's is ignored
+    home = tempfile.mkdtemp(prefix="qv-", dir="/tmp")  # the path of a socket has to be short
     failed = 0
     try:
         servers = {name: Server(name, home) for name in BRIDGES}

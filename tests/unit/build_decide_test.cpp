@@ -111,21 +111,9 @@ TEST(BuildReadings, CountNoMoreCoresThanTheUserGrants) {
   }
 }
 
-TEST(BuildMessages, AreWholeSentences) {
-  using namespace messages;
-  EXPECT_EQ(waits_for_memory(1),
-            "this Mac is low on memory, so this build waits for 1 other build to finish first");
-  EXPECT_EQ(waits_for_memory(0),
-            "this Mac is low on memory, so this build waits for 0 other builds to finish first");
-  EXPECT_EQ(kCritical,
-            "this Mac is critically low on memory, so this build waits until some is free "
-            "(at most 10 minutes)");
-  EXPECT_EQ(waits_for_cores(3),
-            "waiting for 3 other builds to finish first, so this Mac does not grind to a halt");
-  EXPECT_EQ(uses_fewer_cores(2, 8, 0),
-            "using 2 of 8 cores, because this Mac does not have the memory free for more");
-  EXPECT_EQ(uses_fewer_cores(2, 8, 1), "using 2 of 8 cores while 1 other build runs");
-  EXPECT_EQ(uses_fewer_cores(2, 8, 2), "using 2 of 8 cores while 2 other builds run");
+TEST(BuildMessages, SayWhyThereAreFewerCores) {
+  EXPECT_TRUE(messages::uses_fewer_cores(2, 8, 0).ends_with("the memory free for more"));
+  EXPECT_TRUE(messages::uses_fewer_cores(2, 8, 2).ends_with("while 2 other builds run"));
 }
 
 }  // namespace

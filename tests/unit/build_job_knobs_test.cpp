@@ -29,7 +29,7 @@ constexpr Row kRows[] = {
 
     {"cargo +nightly build", "", false, "+nightly build CARGO_BUILD_JOBS=5"},
     {"cargo -v c -r", "", true, "-v c -r CARGO_BUILD_JOBS=5"},
-    {"cargo b -jfoo --RELEASE", "", true, "b -jfoo --RELEASE CARGO_BUILD_JOBS=5"},
+    {"cargo b -j8x --RELEASE", "", true, "b -j8x --RELEASE CARGO_BUILD_JOBS=5"},
     {"cargo d --profile=release-lto", "", true, "d --profile=release-lto CARGO_BUILD_JOBS=5"},
     {"cargo fix --profile release", "", false, "fix --profile release CARGO_BUILD_JOBS=5"},
     {"cargo build -j8", "", false, ""},
@@ -48,7 +48,9 @@ constexpr Row kRows[] = {
     {"swift run -c debug --configuration release", "", false,
      "run -j 5 -c debug --configuration release"},
     {"swift -v build", "", false, ""},
-    {"swift build -j12", "", false, ""},
+    {"swift build -j90", "", false, ""},
+    {"swift build -jx", "", false, "build -j 5 -jx"},
+    {"swift build -j-1", "", false, "build -j 5 -j-1"},
 
     {"go build", "", false, "build GOFLAGS=-p=5"},
     {"go vet", "GOFLAGS=-mod=mod", false, "vet GOFLAGS=-mod=mod -p=5"},

@@ -8,6 +8,7 @@
 
 #include <csignal>
 
+#include "base/process.h"
 #include "build/folder_state.h"
 #include "support.h"
 
@@ -105,10 +106,21 @@ TEST_F(FolderState, IsExactOrAbsent) {
 }
 
 TEST_F(FolderState, EndsAtTwoThousandPaths) {
-  for (int i = 0; i < 2000; ++i) scratch_.write("repo/many/" + std::to_string(i), "x");
+  const std::string many = "repo/many" + std::string(50, 'y') + "/";  // no pipe takes them at once
+  for (int i = 0; i < 2000; ++i) scratch_.write(many + std::to_string(i), "x");
   EXPECT_TRUE(state().has_value());
-  scratch_.write("repo/many/2000", "x");
+  scratch_.write(many + "2000", "x");
   EXPECT_EQ(state(), std::nullopt);
+}
+
+TEST_F(FolderState, BelievesNoFailureAndNoEndlessOutput) {
+  std::vector<std::string> variables = as_strings(environment_);
+  for (const auto& [script, believed] : {std::pair{"head -c 67108864 /dev/zero", true},
+                                         {"head -c 67108865 /dev/zero", false},
+                                         {"exit 1", false}}) {
+    process::Command command{{"/bin/sh", "-c", script}, "", ""};
+    EXPECT_EQ(process::run_all({&command, 1}, variables, 60), believed) << script;
+  }
 }
 
 TEST(BuildKey, HashesWhatMattersAndNothingElse) {

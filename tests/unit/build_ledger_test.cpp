@@ -47,6 +47,8 @@ BuildLease lease_of(pid_t pid, double late_by = 0) {
   return lease;
 }
 
+std::string log_of(pid_t pid) { return "logs/" + std::to_string(pid) + ".log"; }
+
 class Ledger : public testing::Test {
  protected:
   ScratchDirectory scratch_;
@@ -125,7 +127,7 @@ TEST_F(Ledger, DropsWhatNobodyOwns) {
   of_dead.log = ledger_->log_path(dead_pid);
   dead.end();
   put("1.json", of_dead);
-  put("logs/" + std::to_string(dead_pid) + ".log", "");
+  put(log_of(dead_pid), "");
   put("2.json", lease_of(living.pid(), 0.9));
   put("3.json", lease_of(late.pid(), 1));
   put("4.json", lease_of(unreaped.pid()));
@@ -136,15 +138,20 @@ TEST_F(Ledger, DropsWhatNobodyOwns) {
   put("5.json.tmp", "half a lea");
   put("focus", "session");
   put("logs/notes.txt", "");
+  put("logs/007.log", "");
+  put(log_of(unreaped.pid()), "");
+  put(log_of(late.pid()), "");
   EXPECT_EQ(live(), std::set{living.pid()});
-  for (const char* kept : {"2.json", "5.json.tmp", "focus", "lock", "logs/notes.txt"}) {
+  for (const auto& kept :
+       std::vector<std::string>{"2.json", "5.json.tmp", "focus", "lock", "logs/notes.txt",
+                                "logs/007.log", log_of(late.pid())}) {
     EXPECT_TRUE(has(kept)) << kept;
   }
-  for (const char* dropped :
-       {"1.json", "3.json", "4.json", "empty.json", "half.json", "text.json"}) {
+  for (const auto& dropped :
+       std::vector<std::string>{"1.json", "3.json", "4.json", "empty.json", "half.json",
+                                "text.json", log_of(dead_pid), log_of(unreaped.pid())}) {
     EXPECT_FALSE(has(dropped)) << dropped;
   }
-  EXPECT_FALSE(has("logs/" + std::to_string(dead_pid) + ".log"));
 }
 
 TEST_F(Ledger, KnowsAnUnchangedLeaseAndNoticesAChange) {
@@ -189,21 +196,6 @@ TEST_F(Ledger, StaysInsideItself) {
   EXPECT_EQ(files::read(scratch_.file("mine.log")), "precious");
   own.log = "..";
   EXPECT_FALSE(ledger_->open_log(own).valid());
-}
-
-TEST_F(Ledger, LogsEndWithTheirProcess) {
-  const Child living(Child::living);
-  Child dead(Child::living);
-  const std::string dead_log = "logs/" + std::to_string(dead.pid()) + ".log";
-  const std::string living_log = "logs/" + std::to_string(living.pid()) + ".log";
-  dead.end();
-  put(dead_log, "");
-  put(living_log, "");
-  put("logs/007.log", "");
-  EXPECT_TRUE(live().empty());
-  EXPECT_FALSE(has(dead_log));
-  EXPECT_TRUE(has(living_log));
-  EXPECT_TRUE(has("logs/007.log")) << "no log of ours";
 }
 
 }  // namespace

@@ -9,11 +9,11 @@
 
 namespace qv {
 
-// A directory of its own for one test, removed with it.
+// A directory of its own for one test, removed with it. Its path is short enough for a socket's.
 class ScratchDirectory {
  public:
   ScratchDirectory() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "qv-XXXXXX").string();
+    std::string pattern = "/tmp/qv-XXXXXX";
     path_ = ::mkdtemp(pattern.data());
   }
   ~ScratchDirectory() { std::filesystem::remove_all(path_); }
