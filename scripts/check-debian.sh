@@ -42,6 +42,8 @@ main() {
 check() {
   local release=$1 log=$cache/$1.log copy=$cache/$1.copy status=0
   mkdir -p "$cache"
+  exec 9>"$cache/$release.lock"
+  flock 9  # against another run, which would take this copy for what an earlier one left
   remove "$copy"
   apart "${BASH_SOURCE[0]}" --inside "$release" >"$log" 2>&1 </dev/null || status=$?
   remove "$copy"

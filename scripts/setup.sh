@@ -41,6 +41,7 @@ set_up_debian() {
   want_command g++ g++
   want_command cmake cmake
   want_command ninja ninja-build
+  want_command make make  # with it g++ links a release in parallel, whoever called g++
   want_command pkg-config pkg-config
   want_command python3 python3
   want_command git git
