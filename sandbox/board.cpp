@@ -12,7 +12,8 @@ namespace qv::sandbox {
 
 namespace {
 
-const TeamworkSquadState kSquad{.mode = "on", .canAddress = true};
+const TeamworkSquadState kSquad{
+    .mode = "on", .canAddress = true, .helpers = std::vector<TeamworkHelper>()};
 
 Reply take_seat(const Call& call) {
   Pane& self = call.caller;
@@ -50,9 +51,10 @@ Reply heartbeat(const Call& call) {
 }
 
 Reply list_agents(const Call& call) {
-  Reply reply{.kind = Kind::agents, .squad = kSquad};
-  reply.agents.emplace();
-  reply.panes.emplace();
+  Reply reply{.kind = Kind::agents,
+              .agents = std::vector<TeamworkAgent>(),
+              .squad = kSquad,
+              .panes = std::vector<TeamworkPane>()};
   for (const Pane& pane : call.thread.panes) {
     if (pane.seat) {
       reply.agents->push_back(agent_record(call.thread, pane, call.caller));

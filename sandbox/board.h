@@ -5,6 +5,7 @@
 
 #include <span>
 
+#include "base/text.h"
 #include "board/request.h"
 #include "thread.h"
 
@@ -42,6 +43,11 @@ struct Method {
 
 // Why the call cannot be answered; empty when it can.
 [[nodiscard]] std::string unmet(Needs needs, const Call& call);
+
+// There, with nothing in it.
+[[nodiscard]] inline bool is_blank(const std::optional<std::string>& given) {
+  return given && text::trimmed(*given).empty();
+}
 
 [[nodiscard]] inline Reply written(const std::string& message) {
   return {.kind = Kind::written, .message = message};

@@ -25,9 +25,15 @@ Reply watch_task(const Call& call) {
 
 Reply request_review(const Call& call) {
   Ticket& task = *call.task;
-  const Pane* reviewer = call.peer;
+  const auto& role = call.request.reviewOfRole;
+  const Pane* reviewer =
+      role && call.peer == nullptr ? call.thread.seated_as(*role, &call.caller) : call.peer;
+  if (reviewer == nullptr && role) {
+    return refused("Nobody else here has the role " + *role +
+                   ". `qv board agents` lists who is here.");
+  }
   if (reviewer == nullptr || reviewer == &call.caller) {
-    return refused("Name a peer who reviews it: --ofAgent.");
+    return refused("Name a peer who reviews it: --ofAgent or --ofRole.");
   }
   task.reviewState = "requested";
   task.reviewNote = call.request.note;
@@ -59,7 +65,12 @@ Reply verify_task(const Call& call) {
 Reply comment_task(const Call& call) {
   const TeamworkRequest& request = call.request;
   Ticket& task = *call.task;
+  const bool says_nothing = !request.note && !request.summary;
+  if (says_nothing || is_blank(request.note) || is_blank(request.summary)) {
+    return refused("The comment is empty. Nothing was changed.");
+  }
   std::vector<std::string>& log = task.log;
+  std::string latest;
   std::vector<Wake> wakes;
   task.mentions.erase(call.caller.fingerprint);
   for (const std::string& who : call.tagged()) {
@@ -71,10 +82,10 @@ Reply comment_task(const Call& call) {
     const auto last = std::find_if(log.rbegin(), log.rend(),
                                    [&](const auto& line) { return line.starts_with(mark); });
     const bool amends = request.editLast == true && last != log.rend();
-    (amends ? *last : log.emplace_back()) = mark + *request.note;
+    (amends ? *last : log.emplace_back()) = latest = mark + *request.note;
   }
-  if (request.summary) log.push_back("summary: " + *request.summary);
-  call.record("taskCommented", wakes, "New on " + task.id + ": " + log.back());
+  if (request.summary) log.push_back(latest = "summary: " + *request.summary);
+  call.record("taskCommented", wakes, "New on " + task.id + ": " + latest);
   return written("Commented on " + task.id + ".");
 }
 

@@ -15,26 +15,49 @@ std::string wrong_fields(const Call& call) {
   for (const std::string& id : call.request.waitsOn.value_or(std::vector<std::string>())) {
     if (call.thread.ticket(id) == nullptr) return "There is no task " + id + " to wait on.";
   }
+  if (is_blank(call.request.title)) return "A task needs a title: one line that says what it is.";
+  if (is_blank(call.request.summary)) {
+    return "The summary is empty. Say in one or two sentences what came out of it, and how you "
+           "know.";
+  }
   const std::size_t length = text::count_characters(call.request.summary.value_or(""));
   if (length <= kLongestSummary) return "";
   return "The summary is " + std::to_string(length) + " characters; the limit is " +
          std::to_string(kLongestSummary) + ". Keep it to one or two sentences for the human.";
 }
 
-void take_fields(TeamworkTask& task, const TeamworkRequest& request) {
-  const auto take = [](auto& field, const auto& given) {
-    if (given) field = *given;
+// Takes over what was given; the names of what that was, but for the summary, which is logged.
+std::vector<std::string_view> take_fields(TeamworkTask& task, const TeamworkRequest& request) {
+  std::vector<std::string_view> taken;
+  const auto take = [&](std::string_view name, auto& field, const auto& given) {
+    if (!given) return;
+    field = *given;
+    taken.push_back(name);
   };
-  take(task.title, request.title);
-  take(task.body, request.body);
-  take(task.priority, request.priority);
-  take(task.type, request.taskType);
-  take(task.resources, request.resources);
-  take(task.assignedRole, request.assignedRole);
-  take(task.waitsOn, request.waitsOn);
-  take(task.parkedReason, request.parkReason);
+  take("title", task.title, request.title);
+  take("brief", task.body, request.body);
+  take("priority", task.priority, request.priority);
+  take("type", task.type, request.taskType);
+  take("resources", task.resources, request.resources);
+  take("role", task.assignedRole, request.assignedRole);
+  take("dependencies", task.waitsOn, request.waitsOn);
+  take("reason for parking", task.parkedReason, request.parkReason);
   if (task.parkedReason == "") task.parkedReason.reset();
   if (request.summary) task.log.push_back("summary: " + *request.summary);
+  return taken;
+}
+
+// Tells the seats of the role that the ticket is routed to, if the request routes it.
+std::vector<Wake> wakes_of_role(const Call& call, const TeamworkTask& task) {
+  const auto& role = call.request.assignedRole;
+  const std::string news =
+      call.caller.handle + " routed " + task.id + " to your role, " + role.value_or("") + ".";
+  std::vector<Wake> wakes;
+  for (const Pane& pane : call.thread.panes) {
+    if (!role || !pane.seat || !pane.has_role(*role)) continue;
+    wakes.push_back({pane.fingerprint, {"assigned", task.id, news, task.title}});
+  }
+  return wakes;
 }
 
 // Aims the ticket at a seat, taking it off whoever it was aimed at or held by.
@@ -65,14 +88,13 @@ Reply add_task(const Call& call) {
   task.watchers.push_back({"agent", self.fingerprint, self.handle, true});
   task.log.push_back(self.handle + " filed it.");
   take_fields(task, call.request);
-  call.thread.record("taskAdded", self.fingerprint, task.id);
+  call.thread.record("taskAdded", self.fingerprint, task.id, wakes_of_role(call, task));
   if (call.peer != nullptr) aim(call, task);
   return written("Filed " + task.id + (call.peer ? ", handed to " + call.peer->handle : "") + ".");
 }
 
 Reply list_tasks(const Call& call) {
-  Reply reply{.kind = Kind::tasks};
-  reply.tasks.emplace();
+  Reply reply{.kind = Kind::tasks, .tasks = std::vector<TeamworkTask>()};
   for (const Ticket& ticket : call.thread.tickets) {
     reply.tasks->push_back(task_record(call.thread, ticket, call.caller));
   }
@@ -91,9 +113,12 @@ std::string not_ready(const Call& call) {
   const TeamworkTask task = task_record(call.thread, *call.task, call.caller);
   if (task.blocked) return task.id + " is blocked. It waits for the person's answer.";
   if (task.parkedReason) return task.id + " is parked: " + *task.parkedReason;
-  if (!task.unresolvedWaitsOn->empty()) {
-    return task.id + " is not ready: it waits on " + text::joined(*task.unresolvedWaitsOn, ", ") +
-           ".";
+  if (!task.waitsOn.empty()) {
+    return task.id + " is not ready: it waits on " + text::joined(task.waitsOn, ", ") + ".";
+  }
+  if (call.thread.is_for_another_role(task, call.caller)) {
+    return task.id + " is for the role " + *task.assignedRole +
+           ". `qv board agents` lists who has it.";
   }
   if (!task.routedToLive || task.routedToFingerprint == call.caller.fingerprint) return "";
   return task.id + " is aimed at " + call.thread.handle_of(*task.routedToFingerprint) +
@@ -130,21 +155,37 @@ std::string change_blocker(const Call& call) {
   return task.blocked ? "taskBlocked" : "taskUnblocked";
 }
 
+// What is said of no task is about the caller.
+Reply update_status(const Call& call) {
+  const TeamworkRequest& request = call.request;
+  TeamworkTask none;
+  if (!request.note || request.summary || request.blocked || request.blockerQuestion ||
+      !take_fields(none, request).empty()) {
+    return refused(
+        "Without a task id only --progress is kept, as your status. Name the task for anything "
+        "else: `qv task update <task> ...`.");
+  }
+  call.caller.status = *request.note;
+  return written("Noted as your status.");
+}
+
 Reply update_task(const Call& call) {
   const TeamworkRequest& request = call.request;
-  if (!request.taskID) {
-    if (request.note) call.caller.status = *request.note;
-    return written("Noted as your status.");
-  }
+  if (!request.taskID) return update_status(call);
   const bool works = request.note || request.blocked || request.blockerQuestion;
   std::string wrong = unmet(works ? Needs::own_task : Needs::open_task, call);
   if (wrong.empty()) wrong = wrong_fields(call);
   if (!wrong.empty()) return refused(wrong);
   Ticket& task = *call.task;
-  if (request.note) task.log.push_back(call.caller.handle + ": " + *request.note);
-  take_fields(task, request);
+  const std::string& who = call.caller.handle;
+  const auto lines_before = static_cast<std::ptrdiff_t>(task.log.size());
+  if (request.note) task.log.push_back(who + ": " + *request.note);
+  const auto taken = take_fields(task, request);
+  if (!taken.empty()) task.log.push_back(who + " changed the " + text::joined(taken, ", ") + ".");
   const std::string kind = change_blocker(call);
-  call.record(kind, {}, task.id + " moved: " + task.log.back());
+  const std::vector<std::string> news(task.log.begin() + lines_before, task.log.end());
+  if (news.empty()) return refused("That changes nothing. `qv task update --help` lists what can.");
+  call.record(kind, wakes_of_role(call, task), task.id + " moved: " + text::joined(news, "; "));
   return written("Updated " + task.id + ".");
 }
 
@@ -153,7 +194,7 @@ void add_dependents(std::vector<Wake>& wakes, const Call& call) {
   const std::string& done = (*call.task).id;
   for (const Ticket& other : call.thread.tickets) {
     const TeamworkTask task = task_record(call.thread, other, call.caller);
-    if (!contains(task.waitsOn, done) || !task.unresolvedWaitsOn->empty()) continue;
+    if (!contains(other.waitsOn, done) || !task.waitsOn.empty()) continue;
     const std::string news = task.id + " is ready: " + done + " is done.";
     for (const auto& who :
          {task.ownerFingerprint, task.routedToFingerprint, std::optional(other.filed_by)}) {

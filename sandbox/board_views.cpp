@@ -13,7 +13,8 @@ namespace {
 
 // The moves that reach more than those they wake by name and those who wait for their ticket:
 // everybody, whoever waits for the whole board, and of these whoever asked for changes of state.
-constexpr std::array<std::string_view, 2> kForEverybody{"goalSet", "goalCompleted"};
+constexpr std::string_view kFinished = "goalCompleted";
+constexpr std::array<std::string_view, 2> kForEverybody{"goalSet", kFinished};
 constexpr std::array<std::string_view, 6> kForThePool{
     "charterSet", "taskAdded", "taskReleased", "taskCompleted", "taskRejected", "taskDeleted"};
 constexpr std::array<std::string_view, 3> kOfState{"taskClaimed", "taskBlocked", "taskUnblocked"};
@@ -24,8 +25,9 @@ bool reaches(const Event& event, const Call& call) {
   };
   if (among(kForEverybody)) return true;
   const Pane& self = call.caller;
+  const Ticket* ticket = call.thread.ticket(event.taskID.value_or(""));
+  if (ticket != nullptr && call.thread.is_for_another_role(*ticket, self)) return false;
   if (self.seat && self.stoodDown && self.seat->waiting_until > call.thread.now) {
-    const Ticket* ticket = call.thread.ticket(event.taskID.value_or(""));
     return ticket != nullptr && ticket->holders.contains(self.fingerprint);
   }
   return among(kForThePool) || (among(kOfState) && call.request.wakeOnStateChanges == true);
@@ -59,13 +61,14 @@ TeamworkAgent agent_record(const Thread& thread, const Pane& pane, const Pane& r
 
 TeamworkTask task_record(Thread& thread, const Ticket& ticket, const Pane& reader) {
   TeamworkTask task = ticket;
-  task.unresolvedWaitsOn.emplace();
-  for (const std::string& id : task.waitsOn) {
+  // What is finished is no longer waited on.
+  std::erase_if(task.waitsOn, [&](const std::string& id) {
     const Ticket* other = thread.ticket(id);
-    if (other != nullptr && !other->finished()) task.unresolvedWaitsOn->push_back(id);
-  }
-  task.ready = task.state == "open" && task.unresolvedWaitsOn->empty() && !task.blocked &&
-               !task.parkedReason;
+    return other == nullptr || other->finished();
+  });
+  task.unresolvedWaitsOn = task.waitsOn;
+  task.ready = task.state == "open" && task.waitsOn.empty() && !task.blocked &&
+               !task.parkedReason && !thread.is_for_another_role(ticket, reader);
   task.routedToLive = thread.seated(task.routedToFingerprint.value_or("")) != nullptr;
   if (const Pane* holder = thread.seated(task.ownerFingerprint.value_or(""))) {
     task.claimLeaseSecondsRemaining = seconds_between(thread.now, holder->seat->lease_until);
@@ -125,10 +128,15 @@ TeamworkChangeFeed change_feed(const Call& call) {
   TeamworkChangeFeed feed;
   feed.rev = thread.rev();
   feed.goal = thread.plan.goal;
-  feed.goalComplete = thread.plan.goalComplete;
   feed.pendingGoalComplete = thread.plan.pendingGoalComplete;
   for (const Event& event : thread.events) {
     if (event.rev <= since || event.actor == self) continue;
+    // That the Thread is finished is a move like any other, told once and to everybody.
+    if (event.kind == kFinished && thread.plan.goalComplete) {
+      feed.goalComplete = true;
+      add_to(feed, event, call);
+      continue;
+    }
     if (scope && !contains(*scope, event.taskID.value_or(""))) continue;
     const auto wake = std::ranges::find(event.wakes, self, &Wake::fingerprint);
     const bool called = wake != event.wakes.end();

@@ -5,7 +5,8 @@
 namespace qv::sandbox {
 
 // Stands in for the secret broker. A command gets its secret, a made-up one, as a path,
-// /dev/fd/3, to a file that has no name any more: whoever else looks finds nothing to open.
+// /dev/fd/3, to a file that has no name any more: whoever else looks finds nothing to open,
+// and while it had one it lay in the sandbox's private directory.
 // The path takes the place of {NAME} in the arguments and is the value of NAME_FILE.
 inline constexpr std::string_view kBroker = R"(#!/bin/sh
 fail() {
@@ -23,7 +24,7 @@ esac
 shift 3
 
 value=made-up-$(od -An -N12 -tx1 /dev/urandom | tr -d ' \n')
-file=$(mktemp /tmp/qv-secret-XXXXXX) || fail 3 "no private file could be made."
+file=$(mktemp "${0%/*}/secret-XXXXXX") || fail 3 "no private file could be made."
 printf %s "$value" >"$file"
 exec 3<"$file"
 rm "$file"

@@ -12,13 +12,14 @@ namespace qv::sandbox {
 struct Instance {
   std::string home;
 
-  // The file of a bridge, "teamwork" or "mcp": its "sock" or its "token".
+  // The file of a bridge, "teamwork", "mcp" or "vault": its "sock" or its "token".
   [[nodiscard]] std::string file(const std::string& bridge, const std::string& extension) const;
   // The program that stands in for the secret broker.
   [[nodiscard]] std::string broker() const;
 };
 
-// Makes the directory, with this token for both bridges; absent when it cannot be made.
+// Makes the directory, with this token for all bridges; absent, with a complaint, when it
+// cannot be made.
 [[nodiscard]] std::optional<Instance> create_instance(const std::string& token);
 void remove_instance(const Instance& instance);
 

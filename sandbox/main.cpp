@@ -47,33 +47,40 @@ USAGE
   qv-sandbox person answer <task> <text> | confirm | code
       do what only the person at the app can do: answer a blocker, confirm that the goal is
       complete, see the join code
+  qv-sandbox --version
 
 Inside a pane QV_SANDBOX names the sandbox. It is also a home in which the sandbox is the app
 that runs, so this makes an agent from outside, for which `qv join` is meant:
 
   env -i PATH="$PATH" HOME="$QV_SANDBOX" QUORVEL_SESSION_ID=visitor sh
 
+`cargo`, `go` and `swift` run through qv in a pane, as far as they are installed; with none of
+them, `cargo` is a stand-in that only takes its time, and so is $QV_SANDBOX/practice/cargo.
+
 The exit status is the command's. --lease is how long a seat lasts without a sign of life
 (600 seconds).)";
 
+constexpr int kEnds[] = {SIGTERM, SIGINT, SIGHUP};
 volatile sig_atomic_t g_ended = 0;
 
 // Runs until the first pane has closed. The other panes hang up then, like terminals whose app
 // has quit.
-[[noreturn]] void serve(Thread& thread, Server& server, const Instance& instance) {
+[[noreturn]] void serve(Thread& thread, Server& server, const Instance& instance,
+                        const sigset_t& mask) {
   ::setsid();
   for (int fd = 0; fd <= 2; ++fd) ::close(fd);
   io::occupy_standard_descriptors();
-  for (const int number : {SIGTERM, SIGINT, SIGHUP}) ::signal(number, [](int) { g_ended = 1; });
+  for (const int number : kEnds) ::signal(number, [](int) { g_ended = 1; });
   ::signal(SIGPIPE, SIG_IGN);
+  ::sigprocmask(SIG_SETMASK, &mask, nullptr);
   while (g_ended == 0 && !thread.panes.front().id.empty()) {
     server.serve();
     thread.advance();
   }
-  remove_instance(instance);
   for (const Pane& pane : thread.panes) {
     if (pane.pid > 0 && !pane.id.empty()) ::kill(pane.pid, SIGHUP);
   }
+  remove_instance(instance);
   ::_exit(0);
 }
 
@@ -86,15 +93,28 @@ int become(std::vector<std::string> command) {
   return kNotStarted;
 }
 
+// Only the broker speaks with the vault. It is up here, and has nothing to say.
+std::optional<std::string> answer_vault(Thread&, const std::string&, Clock::time_point) {
+  return R"({"kind":"error","message":"The practice vault answers to `qv secret` alone."})";
+}
+
 int start(const std::vector<std::string>& command, Thread thread) {
+  // Whatever ends this from here on does so when there is somebody to tidy up.
+  sigset_t ends;
+  sigset_t mask;
+  sigemptyset(&ends);
+  for (const int number : kEnds) sigaddset(&ends, number);
+  ::sigprocmask(SIG_BLOCK, &ends, &mask);
   const auto instance = create_instance(thread.token);
+  if (!instance) return status_of(ExitCode::unavailable);
   Server server;
   const auto serves = [&](const char* bridge, auto answer) {
     return server.listen(instance->file(bridge, "sock"), std::bind_front(answer, std::ref(thread)));
   };
-  if (!instance || !serves("teamwork", answer_board) || !serves("mcp", answer_notes)) {
-    complain("no private directory with sockets could be made in /tmp.");
-    if (instance) remove_instance(*instance);
+  if (!serves("teamwork", answer_board) || !serves("mcp", answer_notes) ||
+      !serves("vault", answer_vault)) {
+    complain("no sockets could be made in " + instance->home + ".");
+    remove_instance(*instance);
     return status_of(ExitCode::unavailable);
   }
   const Pane& pane = thread.open_pane("", ::getpid());
@@ -104,9 +124,10 @@ int start(const std::vector<std::string>& command, Thread thread) {
   enter_pane(*instance, pane.id);
   // A grandchild, so that the command has no child that it does not know.
   const pid_t child = ::fork();
-  if (child == 0 && ::fork() == 0) serve(thread, server, *instance);
+  if (child == 0 && ::fork() == 0) serve(thread, server, *instance, mask);
   if (child == 0) ::_exit(0);
   ::waitpid(child, nullptr, 0);
+  ::sigprocmask(SIG_SETMASK, &mask, nullptr);
   return become(command);
 }
 
@@ -153,12 +174,16 @@ int run(const std::vector<std::string>& arguments) {
     OutputStream(1).write_line(kHelp);
     return 0;
   }
+  if (first == "--version") {
+    OutputStream(1).write_line("qv-sandbox " QV_VERSION);
+    return 0;
+  }
   if (first.empty()) return start(command, {});
   const auto seconds = text::whole_number(words.size() == 2 ? words[1] : "");
   if (first == "--lease" && seconds > 0) {
     return start(command, {.lease = std::chrono::seconds(*seconds)});
   }
-  if (first != "pane" && first != "person") {
+  if (first != "pane" && (first != "person" || words.size() < 2)) {
     complain("that is not how it is used. Run `qv-sandbox --help`.");
     return status_of(ExitCode::usage);
   }

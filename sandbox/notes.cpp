@@ -36,9 +36,7 @@ struct Method {
 
 Reply written(const std::string& message) { return {.kind = Kind::written, .message = message}; }
 Reply refused(const std::string& sentence) { return {.kind = Kind::error, .message = sentence}; }
-
-// An object and no function, so that a call with a string does not find std::quoted as well.
-constexpr auto quoted = [](const std::string& name) { return "\"" + name + "\""; };
+std::string quoted(const std::string& name) { return "\"" + name + "\""; }
 
 // The title of a Markdown heading; empty for any other line.
 std::string title_of(std::string_view line) {
@@ -60,8 +58,7 @@ std::string section_of(const Note& note, std::string_view title) {
 }
 
 Reply list_notes(const Call& call) {
-  Reply reply{.kind = Kind::notes};
-  reply.notes.emplace();
+  Reply reply{.kind = Kind::notes, .notes = std::vector<MCPNoteSummary>()};
   for (const Note& note : call.thread.notes) {
     const bool meant = !call.request.name || note.name == call.name;
     const bool has_section =
@@ -185,8 +182,8 @@ Reply move_note(const Call& call) {
 
 // What was done, and what notebooks there are now.
 Reply with_notebooks(const Call& call, const std::string& message) {
-  Reply reply{.kind = Kind::written, .message = message};
-  reply.notebooks.emplace();
+  Reply reply{
+      .kind = Kind::written, .notebooks = std::vector<MCPNotebookSummary>(), .message = message};
   for (const std::string& name : call.thread.notebooks) {
     const auto held = std::ranges::count(call.thread.notes, name, &Note::notebook);
     reply.notebooks->push_back({.name = name, .notes = held, .access = "read and write"});

@@ -32,15 +32,26 @@ class Server {
     Descriptor socket;
     Bridge bridge;
   };
-  struct Exchange {
+  enum class Stage { asks, waits, reads, gone };
+  struct Client {
     Descriptor socket;
     const Bridge* bridge;
-    std::string request;
-    Clock::time_point received;
+    Clock::time_point since;  // when this stage of it began
+    Stage stage = Stage::asks;
+    std::string bytes{};  // the request as far as it came, then what is still to be sent
+
+    void enter(Stage next);
+    void receive();
+    void send();
+    // Gives one that waits its answer. False when it does not wait, or there is none yet.
+    [[nodiscard]] bool answer();
   };
 
+  void watch();
+  void accept(const Listener& listener);
+
   std::list<Listener> listeners_;
-  std::vector<Exchange> pending_;
+  std::vector<Client> clients_;
 };
 
 }  // namespace qv::sandbox

@@ -1,6 +1,8 @@
 #include "thread.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 
 #include "base/text.h"
 #include "platform/machine.h"
@@ -18,6 +20,21 @@ std::string nth_handle(std::size_t n) {
           static_cast<char>('0' + (3 + n * 3) % 10)};
 }
 
+// The n-th fingerprint, the same in every run as well.
+std::string nth_fingerprint(std::size_t n) {
+  constexpr std::uint32_t kSpread = 0x9e3779b1;  // odd, so that no two are the same
+  std::array<char, 9> digits{};
+  std::snprintf(digits.data(), digits.size(), "%08x", static_cast<std::uint32_t>(n + 1) * kSpread);
+  return digits.data();
+}
+
+// Whether this is a terminal's pane whose process is gone since the last look.
+bool has_ended(Pane& pane) {
+  if (pane.pid == 0 || pane.id.empty()) return false;
+  if (!pane.watch) pane.watch.emplace(pane.pid);
+  return pane.watch->has_ended().value_or(!platform::start_time(pane.pid));
+}
+
 template <class List, class Matches>
 auto* find_in(List& list, const Matches& matches) {
   const auto found = std::ranges::find_if(list, matches);
@@ -29,7 +46,7 @@ auto* find_in(List& list, const Matches& matches) {
 void Thread::advance() {
   now = Clock::now();
   for (Pane& pane : panes) {
-    if (pane.pid > 0 && !platform::start_time(pane.pid)) {
+    if (has_ended(pane)) {
       vacate(pane, "terminal closed");
       pane.id.clear();
     }
@@ -51,7 +68,7 @@ Pane& Thread::open_pane(const std::string& session, pid_t pid) {
   Pane& pane = panes.emplace_back();
   pane.id = session.empty() ? "pane-" + std::to_string(n + 1) : session;
   pane.handle = nth_handle(n);
-  pane.fingerprint = random_hex(8);
+  pane.fingerprint = nth_fingerprint(n);
   pane.name = pane.handle;
   pane.pid = pid;
   return pane;
@@ -102,6 +119,18 @@ Pane* Thread::seated(std::string_view named) {
                         text::equal_ignoring_case(pane.handle, named);
     return pane.seat && (called || pane.fingerprint == named);
   });
+}
+
+Pane* Thread::seated_as(std::string_view role, const Pane* self) {
+  return find_in(
+      panes, [&](const Pane& pane) { return pane.seat && &pane != self && pane.has_role(role); });
+}
+
+bool Thread::is_for_another_role(const TeamworkTask& task, const Pane& reader) {
+  const std::string& self = reader.fingerprint;
+  if (task.ownerFingerprint == self || task.routedToFingerprint == self) return false;
+  const std::string role = task.assignedRole.value_or("");
+  return !reader.has_role(role) && seated_as(role, &reader) != nullptr;
 }
 
 bool Thread::is_taken(std::string_view name, const Pane* self) {

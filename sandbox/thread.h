@@ -19,9 +19,11 @@
 #include <string_view>
 #include <vector>
 
+#include "base/text.h"
 #include "board/response.h"
 #include "instance.h"
 #include "notes/response.h"
+#include "platform/process_watch.h"
 
 namespace qv::sandbox {
 
@@ -56,8 +58,13 @@ struct Letter {
 struct Pane : TeamworkAgent {
   std::string secret;  // what readmits an agent from outside; empty for a terminal
   pid_t pid = 0;       // a terminal's process
+  std::optional<platform::ProcessWatch> watch;
   std::optional<Seat> seat;
   std::vector<Letter> inbox;
+
+  [[nodiscard]] bool has_role(std::string_view wanted) const {
+    return !wanted.empty() && text::equal_ignoring_case(role.value_or(""), wanted);
+  }
 };
 
 struct Ticket : TeamworkTask {
@@ -121,6 +128,11 @@ struct Thread {
   // The seated pane that bears this fingerprint, handle or name (any case, with or without an
   // "@"); null when nobody does.
   [[nodiscard]] Pane* seated(std::string_view named);
+  // The first seat of this role but `self`; null when there is none.
+  [[nodiscard]] Pane* seated_as(std::string_view role, const Pane* self);
+  // Whether the ticket is routed to a role that somebody here has, and the reader neither has
+  // the role nor the ticket.
+  [[nodiscard]] bool is_for_another_role(const TeamworkTask& task, const Pane& reader);
   // Whether somebody else bears the name.
   [[nodiscard]] bool is_taken(std::string_view name, const Pane* self);
   // How a fingerprint's owner is spoken of.

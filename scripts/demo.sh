@@ -67,6 +67,34 @@ first_pane() {
 
   say "A script reads the same board as JSON."
   run 'qv board plan --json'
+
+  if [[ -x /usr/bin/git ]]; then
+    builds
+  fi
+}
+
+# Three panes build on two cores, in a repository and with a ledger of their own. The tool is
+# the sandbox's stand-in, which takes as long on every machine.
+builds() {
+  say "Builds go through qv as well. The second one here is the same as the first, and shows its
+# output instead of building twice; the third one waits until there are cores for it."
+  export HOME="$QV_SANDBOX" PATH="$QV_SANDBOX/practice:$PATH"
+  export QUORVEL_BUILD_CORES=2 QUORVEL_BUILD_MEMORY_OFF=1
+  unset QUORVEL_BUILD_SLOT QUORVEL_BUILD_SLOT_OFF CARGO_BUILD_JOBS ${!GIT_@}
+  export GIT_CONFIG_GLOBAL=/dev/null GIT_CONFIG_NOSYSTEM=1
+  local identity=(-c user.name=demo -c user.email=demo@localhost)
+  git init --quiet "$HOME/importer"
+  cd "$HOME/importer"
+  git "${identity[@]}" commit --quiet --allow-empty --message "Start the importer"
+  run 'qv-sandbox pane -- cargo build' 2>&1 | beside 1 &
+  until grep -qs '"running":true' "$HOME"/Library/*/Quorvel/builds/*.json || ! kill -0 $!; do
+    sleep 0.1
+  done
+  sleep 0.4
+  run 'qv-sandbox pane -- cargo build' 2>&1 | beside 2 &
+  sleep 0.4
+  run 'qv-sandbox pane -- cargo test' 2>&1 | beside 3
+  wait
 }
 
 second_pane() {
@@ -101,7 +129,7 @@ beside() {
   local line
   while IFS= read -r line; do
     sleep 0.05
-    printf '        | %s\n' "$line"
+    printf '       %1s| %s\n' "${1:-}" "$line"
   done
 }
 

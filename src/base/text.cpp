@@ -6,8 +6,13 @@
 
 #include <utf8proc.h>
 
+#include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <utility>
 
 namespace qv::text {
 
@@ -61,6 +66,54 @@ bool is_mark(utf8proc_int32_t point) {
   const auto category = utf8proc_category(point);
   return category == UTF8PROC_CATEGORY_MN || category == UTF8PROC_CATEGORY_MC ||
          category == UTF8PROC_CATEGORY_ME;
+}
+
+// What a terminal obeys instead of showing it.
+bool is_control(utf8proc_int32_t point) {
+  constexpr std::pair<utf8proc_int32_t, utf8proc_int32_t> kRanges[] = {
+      {0, 0x1F}, {0x7F, 0x9F}, {0x61C, 0x61C}, {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069},
+  };
+  return std::ranges::any_of(kRanges, [point](const auto& range) {
+    return point >= range.first && point <= range.second;
+  });
+}
+
+// The bytes of the line break or tab at `position`; 0 when there is none.
+std::size_t break_length(std::string_view text, std::size_t position) {
+  const char first = text[position];
+  if (first >= '\t' && first <= '\r') return 1;
+  const std::string_view rest = text.substr(position + 1, 2);
+  if (first == '\xC2') return rest.starts_with('\x85') ? 2 : 0;
+  if (first == '\xE2') return rest == "\x80\xA8" || rest == "\x80\xA9" ? 3 : 0;
+  return 0;
+}
+
+// How many of the next eight bytes surely begin no line break and no tab. One that may is below
+// U+000E, or C2 or E2, which differ in the bit 0x20 alone; each step looks at all eight at once,
+// and of the marks it leaves the lowest is exact.
+std::size_t plain_bytes(const char* eight) {
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  std::uint64_t word = 0;
+  std::memcpy(&word, eight, sizeof word);
+  const std::uint64_t lead = (word | kEach * 0x20) ^ kEach * 0xE2;
+  const std::uint64_t marks =
+      (((word - kEach * 0x0E) & ~word) | ((lead - kEach) & ~lead)) & kEach * 0x80;
+  if (marks == 0) return sizeof word;
+  const bool lowest_is_first = std::endian::native == std::endian::little;
+  return lowest_is_first ? static_cast<std::size_t>(std::countr_zero(marks)) / 8 : 0;
+}
+
+// Where the first line break or tab stands, from `position` on; the end when there is none.
+// Nearly no line has one.
+std::size_t next_break(std::string_view text, std::size_t position) {
+  while (position < text.size()) {
+    const std::size_t plain = text.size() - position < 8 ? 0 : plain_bytes(text.data() + position);
+    position += plain;
+    if (plain == 8) continue;
+    if (break_length(text, position) > 0) return position;
+    ++position;
+  }
+  return position;
 }
 
 template <class Map>
@@ -215,26 +268,40 @@ std::string letters_digits_hyphens(std::string_view text) {
 }
 
 std::string with_visible_controls(std::string_view text) {
-  constexpr char kHex[] = "0123456789ABCDEF";
   std::string out;
   out.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    const auto following = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
-    if ((byte < 0x20 && byte != '\n' && byte != '\t') || byte == 0x7F) {
+  for (std::size_t i = 0; i < text.size();) {
+    const CodePoint point = code_point_at(text, i);
+    const std::string_view bytes = text.substr(i, point.length);
+    i += point.length == 0 ? 1 : point.length;
+    if (point.length == 0) {
+      out += kReplacement;
+    } else if (!is_control(point.value) || point.value == '\n' || point.value == '\t') {
+      out += bytes;
+    } else if (point.value < 0x80) {
       out += '^';
-      out += static_cast<char>(byte ^ 0x40U);
-    } else if (byte == 0xC2 && following >= 0x80 && following < 0xA0) {
-      out += "<U+00";
-      out += kHex[following >> 4U];
-      out += kHex[following & 0xFU];
-      out += '>';
-      ++i;
+      out += static_cast<char>(point.value ^ 0x40);
     } else {
-      out += text[i];
+      char name[16];
+      std::snprintf(name, sizeof name, "<U+%04X>", static_cast<unsigned>(point.value));
+      out += name;
     }
   }
   return out;
+}
+
+void put_on_one_line(std::string& text, std::size_t start) {
+  std::size_t from = next_break(text, start);
+  std::size_t to = from;
+  while (from < text.size()) {
+    while (from < text.size() && break_length(text, from) > 0) from += break_length(text, from);
+    text[to++] = ' ';
+    const std::size_t end = next_break(text, from);
+    std::memmove(&text[to], &text[from], end - from);
+    to += end - from;
+    from = end;
+  }
+  text.resize(to);
 }
 
 std::optional<std::int64_t> whole_number(std::string_view text) {

@@ -54,9 +54,19 @@ class Characters {
 // Only the characters that are letters (with their marks), decimal digits or the hyphen.
 [[nodiscard]] std::string letters_digits_hyphens(std::string_view text);
 
-// Control characters other than line feed and tab made visible: ^[ for escape, ^? for
-// delete, <U+0085> for the C1 range. What peers wrote must not drive a terminal.
+// Control characters other than line feed and tab made visible: ^[ for escape, ^? for delete,
+// <U+0085> for the C1 range, for the line separators and for what turns the direction of
+// writing; malformed bytes become U+FFFD. What peers wrote must not drive a terminal.
 [[nodiscard]] std::string with_visible_controls(std::string_view text);
+
+// Makes one line of what stands in `text` from byte `start` on: each run of line breaks (in
+// the Unicode sense) and tabs becomes one blank. What peers wrote must not forge a row.
+void put_on_one_line(std::string& text, std::size_t start = 0);
+
+[[nodiscard]] inline std::string on_one_line(std::string text) {
+  put_on_one_line(text);
+  return text;
+}
 
 // An optional sign and decimal digits, nothing else; absent outside 64 bits.
 [[nodiscard]] std::optional<std::int64_t> whole_number(std::string_view text);

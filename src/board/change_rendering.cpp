@@ -79,14 +79,15 @@ std::string wake_reason(const TeamworkWakeReason& reason) {
   out.append("  [").append(reason.kind);
   if (reason.taskID && !reason.taskID->empty()) out.append(" · ").append(*reason.taskID);
   out += "]";
+  text::put_on_one_line(out);
   const std::string_view cause = reason.cause ? text::trimmed(*reason.cause) : "";
-  if (!cause.empty()) out.append("\n    ").append(cause);
+  if (!cause.empty()) out += "\n    " + text::on_one_line(std::string(cause));
   return out;
 }
 
 std::string sender(const TeamworkSquadMessage& message) {
-  if (message.fromName.empty()) return message.from;
-  return message.fromName + " (" + message.from + ")";
+  if (message.fromName.empty()) return text::on_one_line(message.from);
+  return text::on_one_line(message.fromName + " (" + message.from + ")");
 }
 
 std::string change_feed(const std::optional<TeamworkChangeFeed>& feed) {
@@ -96,6 +97,7 @@ std::string change_feed(const std::optional<TeamworkChangeFeed>& feed) {
   std::string out = "Board moved to rev " + rev + ".";
   if (!feed->changeKinds.empty()) {
     out += " Changes: " + text::joined(feed->changeKinds, ", ") + ".";
+    text::put_on_one_line(out);
   }
   if (!feed->wakeReasons.empty()) out += "\nYou were woken:";
   for (const auto& reason : feed->wakeReasons) out += "\n  - " + wake_reason(reason);
@@ -123,7 +125,7 @@ std::string obligations_summary(const TeamworkObligations& owed) {
   if (!owed.tasksHeld.empty()) parts.push_back("holding " + text::joined(owed.tasksHeld, ", "));
   count(owed.staleSummaries, " stale summary");
   count(owed.idleHeld, " idle held");
-  return parts.empty() ? "" : "obligations: " + text::joined(parts, "; ");
+  return parts.empty() ? "" : text::on_one_line("obligations: " + text::joined(parts, "; "));
 }
 
 }  // namespace qv::board

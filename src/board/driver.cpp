@@ -3,6 +3,7 @@
 
 #include "board/driver.h"
 
+#include <optional>
 #include <utility>
 
 #include "board/reply_rendering.h"
@@ -28,6 +29,7 @@ void remember(const TeamworkResponse& response, json::Value reply, std::string_v
               CLIRuntime& runtime) {
   const bool left = method == "unregister" && !refused(response);
   const bool tells_seat = response.kind == Kind::agents ||
+                          (response.kind == Kind::empty && method == "list_agents") ||
                           (response.kind == Kind::registered && response.agent.has_value());
   const TeamworkAgent* seat = tells_seat ? own_seat(response) : nullptr;
   const bool seat_known = tells_seat || left;
@@ -116,8 +118,8 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
     runtime.err(refusal->message);
     return ExitCode::refused;
   }
-  const std::string dropped = TeamworkRequestBuilder::unused_flags(flags);
-  if (!dropped.empty()) runtime.err(dropped);
+  const std::string warning = TeamworkRequestBuilder::warning(flags);
+  if (!warning.empty()) runtime.err(warning);
   const auto bytes =
       BridgeTransport::exchange(std::get<TeamworkRequest>(outcome), env.collabSocket);
   if (!bytes) {
@@ -126,7 +128,8 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
   }
   const auto reply = json::parse(bytes.view());
   // The process ends with this command: taking a large reply apart again would only cost time.
-  static TeamworkResponse& response = *new TeamworkResponse;
+  static auto& last_reply = *new std::optional<TeamworkResponse>;
+  TeamworkResponse& response = last_reply.emplace();
   if (!reply || !record::decode(*reply, response)) {
     runtime.err("qv: the board sent a reply this build could not read.");
     return ExitCode::refused;

@@ -4,7 +4,7 @@
 #include "board/human_ask.h"
 
 #include <algorithm>
-#include <array>
+#include <optional>
 
 #include "base/record.h"
 #include "base/text.h"
@@ -38,9 +38,6 @@ namespace TeamworkHumanAsk {
 
 namespace {
 
-constexpr std::string_view kPlainKind = "respond";
-constexpr std::array<std::string_view, 5> kKinds{"decision", "approval", "secret", "review",
-                                                 kPlainKind};
 constexpr std::size_t kMostOptions = 4;
 constexpr std::size_t kLongestOption = 80;
 constexpr std::size_t kLongestSecretName = 64;
@@ -63,12 +60,13 @@ std::optional<std::vector<std::string>> cut_options(const std::vector<std::strin
 
 }  // namespace
 
+bool is_kind(std::string_view word) { return std::ranges::find(kKinds, word) != kKinds.end(); }
+
 std::string encoded(const Ask& ask, const std::string& question) {
-  const bool known = std::ranges::find(kKinds, ask.kind) != kKinds.end();
   const Payload payload{
       .artifact = cut(ask.artifact, kLongestArtifact),
       .consequence = cut(ask.consequence, kLongestConsequence),
-      .kind = known ? ask.kind : std::string(kPlainKind),
+      .kind = is_kind(ask.kind) ? ask.kind : std::string(kPlainKind),
       .options = cut_options(ask.options),
       .secret_name = cut(ask.secret_name, kLongestSecretName),
   };

@@ -54,6 +54,15 @@ std::vector<std::string_view> lines_of(std::string_view text) {
   return text::split(text, '\n');
 }
 
+std::string shell_word(const std::string& value) {
+  const auto plain = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           std::string_view("-_.@").find(c) != std::string_view::npos;
+  };
+  if (!value.empty() && std::ranges::all_of(value, plain)) return value;
+  return "'" + text::joined(text::split(value, '\''), "'\\''") + "'";
+}
+
 std::string closing_line(const std::vector<Cut>& cuts, std::string_view command) {
   std::vector<std::string> shown;
   std::string problems;
@@ -65,9 +74,10 @@ std::string closing_line(const std::vector<Cut>& cuts, std::string_view command)
   }
   if (shown.empty() && problems.empty()) return "";
   const std::string whole = std::string(command);
-  return "(" + (shown.empty() ? "" : "Shown: " + text::joined(shown, "; ") + ". ") + problems +
-         (next.empty() ? "" : "`" + whole + next + "` goes on, ") + "`" + whole +
-         "` shows it whole.)";
+  return text::on_one_line("(" +
+                           (shown.empty() ? "" : "Shown: " + text::joined(shown, "; ") + ". ") +
+                           problems + (next.empty() ? "" : "`" + whole + next + "` goes on, ") +
+                           "`" + whole + "` shows it whole.)");
 }
 
 }  // namespace qv::board

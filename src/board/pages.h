@@ -38,6 +38,10 @@ struct Cut {
 // has none.
 [[nodiscard]] std::vector<std::string_view> lines_of(std::string_view text);
 
+// The value as a word of a command line, for any shell: as it is, or in single quotes when it
+// holds more than letters, digits, "-", "_", "." and "@".
+[[nodiscard]] std::string shell_word(const std::string& value);
+
 // One line that says what was cut and gives the exact commands that go on and that show it
 // whole; empty when nothing was left out.
 [[nodiscard]] std::string closing_line(const std::vector<Cut>& cuts, std::string_view command);

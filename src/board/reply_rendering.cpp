@@ -59,12 +59,14 @@ std::string task_page(const TeamworkTask& task, const View& view) {
   TeamworkTask shown = task;
   if (view.page.asked()) shown.body = text::joined(cuts[0].lines, "\n");
   shown.log.assign(cuts[1].lines.begin(), cuts[1].lines.end());
-  return with_closing_line(task_detail(shown), closing_line(cuts, "qv task read " + task.id));
+  return with_closing_line(task_detail(shown),
+                           closing_line(cuts, "qv task read " + shell_word(task.id)));
 }
 
+// The charter is a text of its own and keeps its lines.
 std::string plan_text(const TeamworkPlan& plan) {
-  std::string out = "Thread: " + plan.threadName;
-  out += "\nGoal: " + (plan.goal.empty() ? "(none set)" : plan.goal);
+  std::string out = "Thread: " + text::on_one_line(plan.threadName);
+  out += "\nGoal: " + (plan.goal.empty() ? "(none set)" : text::on_one_line(plan.goal));
   if (!plan.charter.empty()) out += "\nCharter: " + plan.charter;
   if (plan.goalComplete) {
     out += "\nGoal is COMPLETE.";
@@ -86,11 +88,11 @@ std::string plan_page(const TeamworkPlan& plan, const View& view) {
 }
 
 std::string discussion_text(const TeamworkDiscussion& discussion) {
-  std::string out =
-      "[" + discussion.id + "] " + text::uppered(discussion.state) + "  " + discussion.question;
-  if (discussion.taskID) out += "\n  on task " + *discussion.taskID;
+  std::string out = text::on_one_line("[" + discussion.id + "] " + text::uppered(discussion.state) +
+                                      "  " + discussion.question);
+  if (discussion.taskID) out += "\n  on task " + text::on_one_line(*discussion.taskID);
   for (const Volley& volley : discussion.volleys) {
-    out += "\n  " + volley.author + ": " + volley.body;
+    out += "\n  " + text::on_one_line(volley.author) + ": " + volley.body;
   }
   if (discussion.resolution) out += "\n  RESOLVED: " + *discussion.resolution;
   if (discussion.yourTurn) out += "\n  Your turn to reply.";
@@ -141,8 +143,12 @@ std::string body(const TeamworkResponse& response, const View& view) {
 std::string render(const TeamworkResponse& response, const View& view) {
   std::string out = body(response, view);
   if (text::given(response.notice)) out += "\n\n" + *response.notice;
-  if (text::given(response.subscribeURL)) out += "\n\nSubscribe: " + *response.subscribeURL;
-  if (text::given(response.threadTag)) out += "\n\n(thread " + *response.threadTag + ")";
+  if (text::given(response.subscribeURL)) {
+    out += "\n\nSubscribe: " + text::on_one_line(*response.subscribeURL);
+  }
+  if (text::given(response.threadTag)) {
+    out += "\n\n(thread " + text::on_one_line(*response.threadTag) + ")";
+  }
   if (response.obligations && !response.obligations->clear) {
     const std::string owed = obligations_summary(*response.obligations);
     if (!owed.empty()) out += "\n" + owed;

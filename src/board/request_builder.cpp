@@ -128,6 +128,14 @@ TeamworkHumanAsk::Ask ask_from(const Flags& flags) {
   };
 }
 
+std::string unknown_kind(const Flags& flags) {
+  const auto kind = flags.text("blockerKind");
+  if (!kind || TeamworkHumanAsk::is_kind(text::lowered(*kind))) return "";
+  return "qv: --blockerKind \"" + *kind + "\" is none of " +
+         text::joined(TeamworkHumanAsk::kKinds, ", ") + ", so the question is sent as " +
+         std::string(TeamworkHumanAsk::kPlainKind) + ".";
+}
+
 }  // namespace
 
 Outcome build(std::string_view method, const Flags& flags, const std::string& token,
@@ -163,8 +171,8 @@ Outcome build(std::string_view method, const Flags& flags, const std::string& to
   return request;
 }
 
-std::string unused_flags(const Flags& flags) {
-  if (flags.has("blockerQuestion")) return "";
+std::string warning(const Flags& flags) {
+  if (flags.has("blockerQuestion")) return unknown_kind(flags);
   std::vector<std::string> unused;
   for (const std::string_view name : {"blockerKind", "blockerOptions", "blockerSecretName",
                                       "blockerArtifact", "blockerConsequence"}) {

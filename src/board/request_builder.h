@@ -19,8 +19,8 @@ using Outcome = std::variant<TeamworkRequest, Refused>;
 [[nodiscard]] Outcome build(std::string_view method, const ArgParser::ArgBox& flags,
                             const std::string& token, const std::string& sessionID);
 
-// The sentence about flags that say nothing without another one and were not sent; empty
-// when there are none.
-[[nodiscard]] std::string unused_flags(const ArgParser::ArgBox& flags);
+// The sentence about flags that are not sent as they were typed: those that say nothing
+// without another one, and a kind of blocker nobody knows. Empty when there are none.
+[[nodiscard]] std::string warning(const ArgParser::ArgBox& flags);
 
 }  // namespace qv::TeamworkRequestBuilder

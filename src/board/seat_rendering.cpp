@@ -2,6 +2,7 @@
 
 #include "board/seat_rendering.h"
 
+#include "base/text.h"
 #include "board/squad_rendering.h"
 
 namespace qv::board {
@@ -69,15 +70,14 @@ std::string seat_text(const TeamworkResponse& response, std::string_view method)
   out += " [" + agent.fingerprint + "]";
   if (agent.role) out += ", role " + *agent.role;
   out += ", " + agent.status + ".";
+  text::put_on_one_line(out);
   if (!agent.handle.empty()) {
-    out += "\nPeers reach you as " + agent.handle +
+    out += "\nPeers reach you as " + text::on_one_line(agent.handle) +
            ". It is this terminal's name here and it survives you restarting.";
   }
   if (method == "register") out += roster_rules();
   if (response.squad) {
-    out += "\n\n" + squad_paragraph(*response.squad);
-    const std::string helpers = helpers_offered(*response.squad);
-    if (!helpers.empty()) out += "\n" + helpers;
+    out += "\n\n" + squad_paragraph(*response.squad) + "\n" + helpers_offered(*response.squad);
   }
   return out;
 }

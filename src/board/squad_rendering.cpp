@@ -6,6 +6,7 @@
 #include <limits>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "base/text.h"
 
@@ -116,7 +117,7 @@ std::string roster_row(const TeamworkAgent& agent) {
     out += " lease " + std::to_string(agent.leaseSecondsRemaining) + "s";
   }
   if (agent.quietForSeconds) out += " quiet " + std::to_string(*agent.quietForSeconds / 60) + "m";
-  return out;
+  return text::on_one_line(std::move(out));
 }
 
 std::string squad_paragraph(const TeamworkSquadState& squad) {
@@ -158,8 +159,7 @@ std::string helper_limit(const TeamworkSquadState& squad) {
 }
 
 std::string helpers_offered(const TeamworkSquadState& squad) {
-  if (!squad.helpers) return "";
-  if (squad.helpers->empty()) {
+  if (!squad.helpers || squad.helpers->empty()) {
     return "HELPERS HERE: none allowed in this thread, so request_hands files the work and starts "
            "nothing on this device. The person allows helpers in the Squad drawer; suggest_helper "
            "asks them to add one.";
@@ -174,9 +174,10 @@ std::string helpers_offered(const TeamworkSquadState& squad) {
     if (!remarks.empty()) entry += " (" + text::joined(remarks, "; ") + ")";
     entries.push_back(std::move(entry));
   }
-  return "HELPERS HERE (request_hands agent: \"<name>\"" +
-         std::string(entries.size() > 1 ? ", required when there is more than one" : "") +
-         "): " + text::joined(entries, "; ");
+  return text::on_one_line(
+      "HELPERS HERE (request_hands agent: \"<name>\"" +
+      std::string(entries.size() > 1 ? ", required when there is more than one" : "") +
+      "): " + text::joined(entries, "; "));
 }
 
 std::string running_helpers(const std::vector<TeamworkHelperRun>& runs) {
@@ -187,10 +188,11 @@ std::string running_helpers(const std::vector<TeamworkHelperRun>& runs) {
     entries.push_back(run.handle + " (\"" + run.helper + "\", " +
                       std::string(state_word(run.state)) + asked_for_by(run, own) + ")");
   }
-  return "HELPERS RUNNING HERE: " + text::joined(entries, "; ") +
-         "."
-         " stop_helper handle: \"<handle>\" stops one of yours (one you asked for, or one your "
-         "helpers asked for) when you no longer need it; its claims go back to the pool.";
+  return text::on_one_line(
+      "HELPERS RUNNING HERE: " + text::joined(entries, "; ") +
+      "."
+      " stop_helper handle: \"<handle>\" stops one of yours (one you asked for, or one your "
+      "helpers asked for) when you no longer need it; its claims go back to the pool.");
 }
 
 std::string nobody_home(const std::vector<TeamworkPane>& panes) {
@@ -198,8 +200,8 @@ std::string nobody_home(const std::vector<TeamworkPane>& panes) {
   std::vector<std::string_view> handles;
   for (const TeamworkPane& pane : panes) handles.push_back(pane.handle);
   const bool one = panes.size() == 1;
-  return "ALSO OPEN HERE, WITH NOBODY HOME: " + text::joined(handles, ", ") + ". " +
-         (one ? "That terminal exists" : "Those terminals exist") +
+  return "ALSO OPEN HERE, WITH NOBODY HOME: " + text::on_one_line(text::joined(handles, ", ")) +
+         ". " + (one ? "That terminal exists" : "Those terminals exist") +
          " and no agent "
          "has confirmed in " +
          (one ? "it" : "them") +
@@ -228,10 +230,11 @@ std::string other_machines(const std::vector<TeamworkMac>& macs) {
   }
   std::vector<std::string_view> names;
   for (const TeamworkMac& mac : macs) names.push_back(mac.name);
-  return out + " assign_task and send_message reach the terminals on " + text::joined(names, ", ") +
-         " by their own addresses (KQ3@" + macs.front().tag +
-         "), "
-         "and wait there if that device is asleep.";
+  return text::on_one_line(out + " assign_task and send_message reach the terminals on " +
+                           text::joined(names, ", ") + " by their own addresses (KQ3@" +
+                           macs.front().tag +
+                           "), "
+                           "and wait there if that device is asleep.");
 }
 
 }  // namespace qv::board

@@ -6,8 +6,8 @@
 
 #include "board/squad.h"
 
-// Who is here and what this Thread allows. Each paragraph is one line; an empty text means
-// that it has nothing to say.
+// Who is here and what this Thread allows. Each row and paragraph is one line, whatever
+// stands in a name; an empty text means that it has nothing to say.
 namespace qv::board {
 
 [[nodiscard]] std::string roster_row(const TeamworkAgent& agent);
@@ -18,7 +18,7 @@ namespace qv::board {
 // How many helpers may still start; empty when the board told no limit.
 [[nodiscard]] std::string helper_limit(const TeamworkSquadState& squad);
 
-// Which helpers may be started; empty when the board did not say.
+// Which helpers may be started; what the board does not offer is not allowed.
 [[nodiscard]] std::string helpers_offered(const TeamworkSquadState& squad);
 
 [[nodiscard]] std::string running_helpers(const std::vector<TeamworkHelperRun>& runs);

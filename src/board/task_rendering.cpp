@@ -23,7 +23,9 @@ TaskBuckets::Tasks& bucket_of(const TeamworkTask& task, std::string_view reader,
 
 void append_row(std::string& out, const TeamworkTask& task) {
   constexpr std::size_t kStateWidth = 9;
-  out.append(task.id).append("  ").append(text::padded(text::uppered(task.state), kStateWidth));
+  const std::size_t start = out.size();
+  out.append(task.id).append("  ").append(
+      text::padded(text::on_one_line(text::uppered(task.state)), kStateWidth));
   out.append("  ").append(task.title);
   if (task.blocked) out += "  [BLOCKED]";
   if (text::given(task.ownerFingerprint)) out.append("  held by ").append(*task.ownerFingerprint);
@@ -32,6 +34,7 @@ void append_row(std::string& out, const TeamworkTask& task) {
     if (!task.routedToLive) out += " (gone)";
   }
   if (!task.waitsOn.empty()) out.append("  waits on ").append(text::joined(task.waitsOn, ","));
+  text::put_on_one_line(out, start);
 }
 
 std::string rows(const TaskBuckets::Tasks& tasks) {
@@ -103,36 +106,38 @@ std::string task_list(const std::vector<TeamworkTask>& tasks, std::string_view r
 }
 
 std::string task_detail(const TeamworkTask& task) {
-  std::string out = task.id + "  " + text::uppered(task.state) + "  " + task.title;
+  std::string out =
+      text::on_one_line(task.id + "  " + text::uppered(task.state) + "  " + task.title);
+  const auto add_row = [&out](std::string_view label, std::string_view value,
+                              std::string_view remark = "") {
+    out += '\n';
+    const std::size_t start = out.size();
+    out.append(label).append(value).append(remark);
+    text::put_on_one_line(out, start);
+  };
   if (text::given(task.routedToFingerprint)) {
-    out.append("\naimed at: ").append(*task.routedToFingerprint);
-    if (!task.routedToLive) out += " (nobody home there)";
+    add_row("aimed at: ", *task.routedToFingerprint,
+            task.routedToLive ? "" : " (nobody home there)");
   }
-  if (text::given(task.reportsToHandle))
-    out.append("\nasked for by: ").append(*task.reportsToHandle);
-  if (task.type) out.append("\ntype: ").append(*task.type);
-  out.append("\npriority: ").append(std::to_string(task.priority));
+  if (text::given(task.reportsToHandle)) add_row("asked for by: ", *task.reportsToHandle);
+  if (task.type) add_row("type: ", *task.type);
+  add_row("priority: ", std::to_string(task.priority));
   if (text::given(task.ownerFingerprint)) {
-    out.append("\nheld by: ").append(*task.ownerFingerprint);
-    if (task.claimLeaseSecondsRemaining) {
-      out.append(" (lease ").append(std::to_string(*task.claimLeaseSecondsRemaining)).append("s)");
-    }
+    const auto& lease = task.claimLeaseSecondsRemaining;
+    add_row("held by: ", *task.ownerFingerprint,
+            lease ? " (lease " + std::to_string(*lease) + "s)" : "");
   }
   if (task.blocked) {
-    out.append("\nBLOCKED: ").append(task.blockerQuestion.value_or("(no question given)"));
-    if (task.blockerAnswer) out.append("\n  answered: ").append(*task.blockerAnswer);
+    add_row("BLOCKED: ", task.blockerQuestion.value_or("(no question given)"));
+    if (task.blockerAnswer) add_row("  answered: ", *task.blockerAnswer);
   }
-  if (task.parkedReason) out.append("\nparked: ").append(*task.parkedReason);
-  if (!task.waitsOn.empty()) out.append("\nwaits on: ").append(text::joined(task.waitsOn, ", "));
-  if (!task.resources.empty()) {
-    out.append("\nresources: ").append(text::joined(task.resources, ", "));
-  }
-  if (task.reviewState) out.append("\nreview: ").append(*task.reviewState);
+  if (task.parkedReason) add_row("parked: ", *task.parkedReason);
+  if (!task.waitsOn.empty()) add_row("waits on: ", text::joined(task.waitsOn, ", "));
+  if (!task.resources.empty()) add_row("resources: ", text::joined(task.resources, ", "));
+  if (task.reviewState) add_row("review: ", *task.reviewState);
   if (!task.body.empty()) out.append("\n\n").append(task.body);
-  if (!task.log.empty()) {
-    out += "\n\nlog:";
-    for (const std::string& line : task.log) out.append("\n  ").append(line);
-  }
+  if (!task.log.empty()) out += "\n\nlog:";
+  for (const std::string& line : task.log) add_row("  ", line);
   return out;
 }
 

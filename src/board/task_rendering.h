@@ -33,7 +33,8 @@ struct TaskBuckets {
 [[nodiscard]] std::string task_list(const std::vector<TeamworkTask>& tasks, std::string_view reader,
                                     bool include_all);
 
-// One task whole.
+// One task whole. Its body keeps its lines; every other value, and each entry of the log,
+// is one.
 [[nodiscard]] std::string task_detail(const TeamworkTask& task);
 
 inline constexpr std::string_view kEmptyBacklog = "This Thread's backlog is empty.";

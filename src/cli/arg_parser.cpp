@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "cli/typed_flag.h"
 
 namespace qv::ArgParser {
 
@@ -28,7 +29,7 @@ class Parser {
     if (!error_) assign_positionals();
     if (!error_) check_required();
     if (!error_ && !parsed_.wantsHelp) read_inputs();
-    if (error_) return *error_;
+    if (error_) return ParseError{std::move(*error_), std::move(parsed_.unknown)};
     return std::move(parsed_);
   }
 
@@ -36,21 +37,14 @@ class Parser {
   using Inline = std::optional<std::string_view>;  // the part behind "="
 
   void take(std::string_view argument) {
-    const bool two_dashes = argument.starts_with("--");
-    if (!argument.starts_with('-') || argument == "-" ||
-        (!two_dashes && text::count_characters(argument) > 2)) {
+    const auto typed = typed_flag(argument);
+    if (!typed) {
       positionals_.emplace_back(argument);
-      return;
-    }
-    if (argument == "-h") {
+    } else if (argument == "-h") {
       parsed_.wantsHelp = true;
-      return;
+    } else {
+      take_flag(typed->name, typed->value);
     }
-    const std::string_view rest = argument.substr(two_dashes ? 2 : 1);
-    const std::size_t equals = rest.find('=');
-    const Inline inline_value =
-        equals == std::string_view::npos ? Inline{} : Inline{rest.substr(equals + 1)};
-    take_flag(rest.substr(0, equals), inline_value);
   }
 
   void take_flag(std::string_view name, Inline inline_value) {
@@ -89,10 +83,7 @@ class Parser {
 
   void store(const Flag& flag, std::string_view value) {
     switch (flag.kind) {
-      case FlagKind::string:
-        if (value == "-") from_input_.push_back(&flag);
-        set(flag, std::string(value));
-        return;
+      case FlagKind::string: set(flag, std::string(value)); return;
       case FlagKind::integer: {
         const auto number = text::whole_number(text::trimmed(value));
         if (!number) return fail(expectation(flag, "a whole number", value));
@@ -151,19 +142,23 @@ class Parser {
          text::joined(missing, ", "));
   }
 
-  // Last, so that neither an error nor a call for help waits for what somebody types.
+  // Last, so that neither an error nor a call for help nor a "-" that a later value replaced
+  // waits for what somebody types.
   void read_inputs() {
-    if (from_input_.empty()) return;
-    const auto input = read_input_();
-    if (!input) return fail("standard input is larger than anything a bridge takes.");
-    for (const Flag* flag : from_input_) set(*flag, *input);
+    std::optional<std::string> input;
+    for (const Flag& flag : verb_.flags) {
+      if (parsed_.box.text(flag.name) != "-") continue;
+      if (!input) input = read_input_();
+      if (!input) return fail("standard input is larger than anything a bridge takes.");
+      set(flag, *input);
+    }
   }
 
   void set(const Flag& flag, ArgBox::Value value) {
     parsed_.box.values.insert_or_assign(std::string(flag.name), std::move(value));
   }
 
-  void fail(std::string message) { error_ = ParseError{std::move(message)}; }
+  void fail(std::string message) { error_ = std::move(message); }
 
   static std::string expectation(const Flag& flag, std::string_view what, std::string_view value) {
     return "--" + std::string(flag.name) + " expects " + std::string(what) + ", got \"" +
@@ -175,9 +170,8 @@ class Parser {
   const ReadInput& read_input_;
   std::size_t next_ = 0;
   std::vector<std::string> positionals_;
-  std::vector<const Flag*> from_input_;  // given as "-"
   Parsed parsed_;
-  std::optional<ParseError> error_;
+  std::optional<std::string> error_;
 };
 
 }  // namespace

@@ -59,13 +59,15 @@ struct Parsed {
 };
 
 struct ParseError {
-  std::string message;  // one sentence
+  std::string message;               // one sentence
+  std::vector<std::string> unknown;  // as in Parsed, up to where the parse ended
 };
 
 // Yields all of standard input for the values that are "-"; absent when that is too much.
 using ReadInput = std::function<std::optional<std::string>()>;
 
-// The first error met ends the parse. A flag given by name wins over its position.
+// The first error met ends the parse. A flag given by name wins over its position, and its
+// last value over those before it.
 [[nodiscard]] std::variant<Parsed, ParseError> parse(const std::vector<std::string>& arguments,
                                                      const Verb& verb, const ReadInput& read_input);
 

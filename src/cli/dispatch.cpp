@@ -48,7 +48,15 @@ ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& argumen
   const std::string help_hint = "Run `" + command + " --help`.";
   const auto outcome =
       ArgParser::parse(arguments, verb, [&runtime] { return standard_input(runtime); });
+  const auto warn_of = [&](const std::vector<std::string>& unknown) {
+    for (const std::string& flag : unknown) {
+      runtime.err("qv: ignoring unknown flag --" + flag + ". " + help_hint);
+    }
+  };
   if (const auto* error = std::get_if<ArgParser::ParseError>(&outcome)) {
+    // A person whose flag was misspelt would look for the mistake elsewhere. What reads
+    // standard error as data gets the two lines it knows.
+    if (::isatty(STDERR_FILENO) == 1) warn_of(error->unknown);
     runtime.err(command + ": " + error->message);
     runtime.err(help_hint);
     return ExitCode::usage;
@@ -58,9 +66,7 @@ ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& argumen
     runtime.out(Help::verb(group, verb));
     return ExitCode::ok;
   }
-  for (const std::string& flag : parsed.unknown) {
-    runtime.err("qv: ignoring unknown flag --" + flag + ". " + help_hint);
-  }
+  warn_of(parsed.unknown);
   const auto run_driver = group.bridge == Bridge::notes ? notes::run : board::run;
   return run_driver(verb, parsed.box, parsed.wantsJSON, runtime);
 }

@@ -18,8 +18,8 @@ std::string note_list(const MCPBridgeResponse& response) {
   std::string out;
   for (const MCPNoteSummary& note : *response.notes) {
     if (&note != response.notes->data()) out += '\n';
-    out += note.name + "  [" + note.notebook + "]  " + std::to_string(note.lines) + " lines  " +
-           note.summary;
+    out += text::on_one_line(note.name + "  [" + note.notebook + "]  " +
+                             std::to_string(note.lines) + " lines  " + note.summary);
   }
   return out;
 }
@@ -36,7 +36,8 @@ std::string notebook_list(const std::vector<MCPNotebookSummary>& notebooks) {
   std::string out;
   for (const MCPNotebookSummary& notebook : notebooks) {
     if (&notebook != notebooks.data()) out += '\n';
-    out += notebook.name + "  " + std::to_string(notebook.notes) + " note(s)  " + notebook.access;
+    out += text::on_one_line(notebook.name + "  " + std::to_string(notebook.notes) + " note(s)  " +
+                             notebook.access);
   }
   return out;
 }
@@ -54,7 +55,9 @@ std::string body(const MCPBridgeResponse& response, const View& view) {
 std::string render(const MCPBridgeResponse& response, const View& view) {
   std::string out = body(response, view);
   if (text::given(response.notice)) out += "\n" + *response.notice;
-  if (text::given(response.threadTag)) out += "\n\n(thread " + *response.threadTag + ")";
+  if (text::given(response.threadTag)) {
+    out += "\n\n(thread " + text::on_one_line(*response.threadTag) + ")";
+  }
   return out;
 }
 

@@ -3,37 +3,27 @@
 #include <algorithm>
 
 #include "cli/help_flag.h"
+#include "cli/typed_flag.h"
 
 namespace qv::seat {
-
-namespace {
-
-// As everywhere on the command line, "-" alone and "-5x" are words.
-bool is_option(std::string_view argument) {
-  return argument.starts_with("--") || (argument.starts_with('-') && argument.size() == 2);
-}
-
-}  // namespace
 
 Options parse_options(const std::vector<std::string>& arguments,
                       std::span<const std::string_view> named) {
   Options options;
   options.wantsHelp = asks_for_help(arguments);
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const std::string& argument = arguments[i];
-    if (!is_option(argument)) {
-      options.words.push_back(argument);
+    const auto typed = typed_flag(arguments[i]);
+    if (!typed) {
+      options.words.push_back(arguments[i]);
       continue;
     }
-    const std::string text = argument.substr(argument.starts_with("--") ? 2 : 1);
-    const std::size_t equals = text.find('=');
-    const std::string name = text.substr(0, equals);
+    const std::string name(typed->name);
     if (name == "json") {
       options.wantsJSON = true;
     } else if (std::ranges::find(named, name) == named.end()) {
       options.unknown.push_back(name);
-    } else if (equals != std::string::npos) {
-      options.values[name] = text.substr(equals + 1);
+    } else if (typed->value) {
+      options.values[name] = *typed->value;
     } else if (i + 1 < arguments.size() && !arguments[i + 1].starts_with("--")) {
       options.values[name] = arguments[++i];
     } else if (options.nameless.empty()) {

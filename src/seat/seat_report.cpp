@@ -1,6 +1,7 @@
 #include "seat/seat_report.h"
 
 #include "base/record.h"
+#include "base/text.h"
 
 namespace qv {
 
@@ -58,9 +59,9 @@ std::string_view seat_words(const SeatReport& report) {
 }  // namespace
 
 std::string as_prose(const SeatReport& report) {
-  std::string out = "pane:    " + report.sessionID;
-  if (!report.handle.empty()) out += "\nhandle:  " + report.handle;
-  out.append("\nseat:    ").append(seat_words(report));
+  std::string out = "pane:    " + text::on_one_line(report.sessionID);
+  if (!report.handle.empty()) out += "\nhandle:  " + text::on_one_line(report.handle);
+  out += "\nseat:    " + text::on_one_line(std::string(seat_words(report)));
   out += "\ncursor:  rev " + std::to_string(report.lastSeenRev);
   if (!report.hasCursor) out += " (unprimed)";
   out.append("\nbridges: board ").append(state_word(report.boardUp));

@@ -4,6 +4,7 @@
 
 #include "seat/secret.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
@@ -34,6 +35,12 @@ constexpr std::string_view kHelp =
     "path anything can open. Use --env NAME only for a tool that cannot read\n"
     "a path, and know that it is readable by any same-uid process.";
 
+// Whether all that asks for help stands behind "--", where it was meant for the command.
+bool asks_in_the_command(const std::vector<std::string>& arguments) {
+  const auto help = std::ranges::find_if(arguments, is_help_flag);
+  return help != arguments.end() && std::find(arguments.begin(), help, "--") != help;
+}
+
 std::string distrust_of(const trust::ForeignComponent& component) {
   return "qv secret: " + component.path + " belongs to another user (uid " +
          std::to_string(component.owner) +
@@ -45,6 +52,11 @@ std::string distrust_of(const trust::ForeignComponent& component) {
 int secret(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
   if (arguments.empty() || asks_for_help(arguments)) {
     runtime.out(kHelp);
+    if (asks_in_the_command(arguments)) {
+      runtime.err(
+          "qv secret: the command was not run, since --help and -h ask for this help behind \"--\" "
+          "too.");
+    }
     return status_of(ExitCode::ok);
   }
   if (arguments.front() == "get") {

@@ -1,6 +1,5 @@
 #include "waiting/wait_output.h"
 
-#include <algorithm>
 #include <array>
 #include <unordered_set>
 #include <vector>
@@ -11,14 +10,6 @@
 namespace qv::waiting {
 
 namespace {
-
-// A peer's text on one line.
-std::string on_one_line(std::string_view text) {
-  std::string line(text);
-  std::ranges::replace_if(
-      line, [](char c) { return c == '\n' || c == '\r'; }, ' ');
-  return std::string(text::trimmed(line));
-}
 
 std::string moved_tasks(const std::vector<TeamworkChange>& changes) {
   std::vector<std::string_view> ids;
@@ -63,20 +54,20 @@ std::string move_line(const TeamworkChangeFeed& feed) {
   add(text::joined(feed.changeKinds, ", "));
   add(moved_tasks(feed.changes));
   for (const TeamworkWakeReason& reason : feed.wakeReasons) {
-    const std::string summary = on_one_line(reason.summary);
+    const std::string summary(text::trimmed(reason.summary));
     add("woken: " + (summary.empty() ? reason.kind : summary) + " [" + reason.kind + "]");
-    const std::string cause = on_one_line(reason.cause.value_or(""));
+    const std::string cause(text::trimmed(reason.cause.value_or("")));
     if (!cause.empty()) add("cause: " + cause);
   }
   for (const TeamworkSquadMessage& message : feed.messages) {
-    add("message from " + message.from + ": " + on_one_line(message.text));
+    add("message from " + message.from + ": " + std::string(text::trimmed(message.text)));
   }
   if (feed.goalComplete) {
     add("THE GOAL IS COMPLETE");
   } else if (feed.pendingGoalComplete) {
     add("goal completion proposed, awaiting the human");
   }
-  return text::joined(parts, " · ");
+  return text::on_one_line(text::joined(parts, " · "));
 }
 
 }  // namespace qv::waiting

@@ -43,7 +43,18 @@ TEST(Text, CleansAndClassifiesInTheUnicodeSense) {
                                       "\xf4\x8f\xbf\xbf", "\xf0\x90\x80\x80", "é€😀"}) {
     EXPECT_TRUE(text::is_utf8(good)) << good;
   }
-  EXPECT_EQ(text::with_visible_controls("\x1b[31m\ta\r\n\x7f\u009bé"), "^[[31m\ta^M\n^?<U+009B>é");
+  EXPECT_EQ(text::with_visible_controls("\x1b[31m\ta\r\n\x7f\u009bé\x9b"),
+            "^[[31m\ta^M\n^?<U+009B>é\ufffd");
+  EXPECT_EQ(text::with_visible_controls("\u061c\u200e\u2028\u202e\u2069\u2014"),
+            "<U+061C><U+200E><U+2028><U+202E><U+2069>\u2014");
+}
+
+TEST(Text, ALineIsWhatStandsBetweenBreaks) {
+  EXPECT_EQ(text::on_one_line("\ta\r\n\v\fb\u0085\u2028c\u2029 \u00a0é—\n"), " a b c  \u00a0é— ");
+  for (std::size_t length = 0; length < 150; ++length) {
+    const std::string before(length, 'x');
+    EXPECT_EQ(text::on_one_line(before + "\n" + before), before + " " + before);
+  }
 }
 
 TEST(Text, WholeNumbers) {
@@ -79,8 +90,8 @@ TEST(JSON, OfEqualKeysTheLastStandsAndAnAddedMemberReplaces) {
 
 TEST(JSON, EscapesWhereverASpecialByteStands) {
   constexpr std::pair<std::string_view, std::string_view> kCases[] = {
-      {"\"", "\\\""}, {"\\", "\\\\"},   {"\x1f", "\\u001f"}, {"\n", "\\n"},
-      {"/", "/"},     {"\x7f", "\x7f"}, {"é", "é"}};
+      {"\"", "\\\""}, {"\\", "\\\\"}, {"\x1f", "\\u001f"}, {"\n", "\\n"},
+      {"\r", "\\r"},  {"/", "/"},     {"\x7f", "\x7f"},    {"é", "é"}};
   for (std::size_t length = 0; length < 20; ++length) {
     for (const auto& [raw, escaped] : kCases) {
       const std::string before(length, 'x');

@@ -68,6 +68,11 @@ TEST(Reply, TextsForWhatIsNotThere) {
                       "until one is stopped. The 3 are"),
             std::string::npos)
       << full;
+  EXPECT_NE(full.find("\n\nHELPERS HERE: none allowed in this thread, so "), std::string::npos)
+      << full;
+  EXPECT_NE(
+      rendered(squad + R"("helperLimit":3,"helpersRunning":2}})").find("so 1 more may start. "),
+      std::string::npos);
   EXPECT_EQ(rendered(squad + R"("helperLimit":3}})").find("HELPER LIMIT"), std::string::npos);
   EXPECT_NE(rendered(squad + R"("helperLimit":9223372036854775807,"helpersRunning":-1}})")
                 .find("so 9223372036854775807 more may start. "),
@@ -82,6 +87,34 @@ TEST(Reply, TextsForWhatIsNotThere) {
                      "person to confirm it there, so request_hands to it is refused. "),
             std::string::npos)
       << one;
+}
+
+// Every "@" below is a value of which the text promises one line.
+TEST(Reply, NoValueForgesALine) {
+  constexpr std::string_view kReplies[] = {
+      R"({"kind":"registered","agent":{"id":"a","fingerprint":"@","name":"@","status":"@","leaseSecondsRemaining":0,"isSelf":true,"role":"@","canVerify":false,"activeClaims":0,"handle":"@"}})",
+      R"({"kind":"agents","agents":[{"id":"a","fingerprint":"@","name":"@","status":"@","leaseSecondsRemaining":0,"isSelf":true,"role":"@","canVerify":false,"activeClaims":0,"handle":"h@"}],"squad":{"mode":"@","canAddress":true,"canSpawn":true,"helpers":[{"name":"@","explanation":"@","runsWithoutApprovals":false,"quorvelTools":false}]},"runningHelpers":[{"handle":"@","helper":"@","state":"@","askedBy":"@","yours":false}],"panes":[{"handle":"@"}],"macs":[{"tag":"@","name":"@","addressable":true,"awake":true,"lead":{"name":"@","runsWithoutApprovals":false,"paused":true}}]})",
+      R"({"kind":"tasks","tasks":[{"id":"@","title":"@","body":"","state":"@","log":[],"resources":[],"ownerFingerprint":"@","routedToFingerprint":"@","waitsOn":["@"]}]})",
+      R"({"kind":"task","task":{"id":"@","title":"@","body":"b","state":"@","log":["@","@"],"resources":["@"],"type":"@","routedToFingerprint":"@","reportsToHandle":"@","ownerFingerprint":"@","blocked":true,"blockerQuestion":"@","blockerAnswer":"@","parkedReason":"@","waitsOn":["@"],"reviewState":"@"}})",
+      R"({"kind":"plan","plan":{"threadName":"@","goal":"@","goalLocked":false,"dispatched":false}})",
+      R"({"kind":"discussion","discussion":{"id":"@","taskID":"@","question":"@","state":"@","openedBy":"","addressedTo":[],"volleys":[{"author":"@","body":"","atMs":1}],"owingParties":[],"volleysSinceHuman":0,"escalated":false}})",
+      R"({"kind":"changes","changes":{"rev":1,"changed":true,"goal":"","goalComplete":false,"pendingGoalComplete":false,"changeKinds":["@"],"tasks":[],"wakeReasons":[{"kind":"@","summary":"@","taskID":"@","cause":"@"}],"messages":[{"id":"","from":"@","fromName":"@","text":""},{"id":"","from":"@","text":""}]}})",
+      R"({"kind":"written","subscribeURL":"@","threadTag":"@","obligations":{"tasksHeld":["@"]}})",
+  };
+  const auto filled = [](std::string_view reply, std::string_view value) {
+    return rendered(text::joined(text::split(reply, '@'), value), {.log_page = {{}, 1}});
+  };
+  for (const std::string_view reply : kReplies) {
+    EXPECT_NE(filled(reply, "x y"), "unreadable") << reply;
+    EXPECT_EQ(filled(reply, R"(x\r\n\u2028\ty)"), filled(reply, "x y"));
+  }
+  EXPECT_EQ(filled(kReplies[1], "f").substr(0, 15), "f (you)  hf  f ");
+}
+
+TEST(Pages, TheCommandSuggestedIsOneThatCanBePasted) {
+  EXPECT_EQ(shell_word("T-1_a.b@c"), "T-1_a.b@c");
+  EXPECT_EQ(shell_word("a b;'c"), "'a b;'\\''c'");
+  EXPECT_EQ(shell_word(""), "''");
 }
 
 TEST(Tasks, CountsAndSeats) {

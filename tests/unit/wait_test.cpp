@@ -218,13 +218,13 @@ TEST(Wait, WhatTheBoardSaysEndsIt) {
 TEST(Wait, AMoveOnOneLine) {
   const auto reply = record::from_text<TeamworkChangeFeed>(
       R"({"rev":7,"changed":true,"goal":"","goalComplete":false,"pendingGoalComplete":true,)"
-      R"("changeKinds":["claim","done"],"tasks":[],"changes":[{"kind":"x","taskID":"T-2"},)"
+      R"("changeKinds":["claim","is\ndone"],"tasks":[],"changes":[{"kind":"x","taskID":"T-2"},)"
       R"({"kind":"x"},{"kind":"y","taskID":""},{"kind":"y","taskID":"T-1"},{"kind":"z","taskID":"T-2"}],)"
-      R"("wakeReasons":[{"kind":"assigned","summary":" a\nb ","cause":"c\n"},{"kind":"message"}],)"
+      R"("wakeReasons":[{"kind":"assigned","summary":" a\r\n\nb ","cause":"c\n"},{"kind":"message"}],)"
       R"("messages":[{"id":"1","from":"KQ3","fromName":"Ada","text":"hi\nthere\n"}]})");
   ASSERT_TRUE(reply);
   EXPECT_EQ(move_line(*reply),
-            "rev 7 · claim, done · T-2 T-1 · woken: a b [assigned] · cause: c · "
+            "rev 7 · claim, is done · T-2 T-1 · woken: a b [assigned] · cause: c · "
             "woken: message [message] · message from KQ3: hi there · "
             "goal completion proposed, awaiting the human");
 }
