@@ -1,6 +1,9 @@
 # Compiler and linker flags, gathered in one interface target that every target links.
 # Designated initialisers name what matters and leave the rest at its default, so that one
 # warning is off.
+include(CheckCXXCompilerFlag)
+include(CheckCXXSymbolExists)
+
 add_library(qv_options INTERFACE)
 target_include_directories(qv_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(qv_options INTERFACE
@@ -15,6 +18,8 @@ if(QV_SANITIZE)
   target_compile_options(qv_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(qv_options INTERFACE -fsanitize=address,undefined)
+else()
+  include(cmake/hardening.cmake)
 endif()
 
 if(QV_LTO)
@@ -29,14 +34,17 @@ endif()
 
 # Start-up is the product's speed: on Linux the C++ runtime goes into the program,
 # and what nothing calls is left out.
+check_cxx_symbol_exists(_LIBCPP_VERSION version QV_HAS_LIBCXX)
 if(CMAKE_SYSTEM_NAME STREQUAL "Darwin")
   target_link_options(qv_options INTERFACE -Wl,-dead_strip)
 else()
   target_link_options(qv_options INTERFACE -Wl,--gc-sections -Wl,--as-needed)
   if(NOT QV_SANITIZE)
     target_link_options(qv_options INTERFACE -static-libstdc++ -static-libgcc)
-    # Named here, so that the runtime finds what it needs of libm in the archive and the
-    # shared libm, which nothing else needs, stays out.
-    target_link_libraries(qv_options INTERFACE -l:libstdc++.a -l:libm.a)
+    if(NOT QV_HAS_LIBCXX)
+      # Named here, so that the runtime finds what it needs of libm in the archive and the
+      # shared libm, which nothing else needs, stays out.
+      target_link_libraries(qv_options INTERFACE -l:libstdc++.a -l:libm.a)
+    endif()
   endif()
 endif()

@@ -36,7 +36,9 @@ struct Method {
 
 Reply written(const std::string& message) { return {.kind = Kind::written, .message = message}; }
 Reply refused(const std::string& sentence) { return {.kind = Kind::error, .message = sentence}; }
-std::string quoted(const std::string& name) { return "\"" + name + "\""; }
+
+// An object and no function, so that a call with a string does not find std::quoted as well.
+constexpr auto quoted = [](const std::string& name) { return "\"" + name + "\""; };
 
 // The title of a Markdown heading; empty for any other line.
 std::string title_of(std::string_view line) {

@@ -5,19 +5,22 @@
 #   scripts/setup.sh            build and test
 #   scripts/setup.sh --bench    and measure
 #   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
+#   scripts/setup.sh --debian   and make bare Debian machines on Linux
 #
 # Debian and Ubuntu are served with apt-get, macOS with Homebrew.
 set -euo pipefail
 
 bench=false
 checks=false
+debian=false
 
 main() {
   for argument in "$@"; do
     case $argument in
       --bench) bench=true ;;
       --checks) checks=true ;;
-      *) fail "setup.sh knows --bench and --checks, not '$argument'." ;;
+      --debian) debian=true ;;
+      *) fail "setup.sh knows --bench, --checks and --debian, not '$argument'." ;;
     esac
   done
 
@@ -38,6 +41,7 @@ set_up_debian() {
   want_command g++ g++
   want_command cmake cmake
   want_command ninja ninja-build
+  want_command make make  # with it g++ links a release in parallel, whoever called g++
   want_command pkg-config pkg-config
   want_command python3 python3
   want_command git git
@@ -53,6 +57,10 @@ set_up_debian() {
   if $checks; then
     want_command clang-format clang-format
     want_command npm npm
+  fi
+  if $debian; then
+    want_command debootstrap debootstrap
+    want_package debian-archive-keyring
   fi
 
   boost_is_missing=false
@@ -96,7 +104,7 @@ boost_json_package() {
       return
     fi
   done
-  fail "This release has no package of Boost.JSON; Debian 12, Ubuntu 24.04 and later ones do."
+  fail "apt knows no package of Boost.JSON: its lists could not be fetched, or this release is older than Debian 12 and Ubuntu 24.04."
 }
 
 apt_get() {
@@ -107,7 +115,8 @@ apt_get() {
     as_root=(sudo)
   fi
   ${as_root[@]+"${as_root[@]}"} env DEBIAN_FRONTEND=noninteractive PATH="$PATH" \
-    apt-get --quiet=2 -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" </dev/null >/dev/null
+    apt-get --quiet=2 -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" </dev/null >/dev/null ||
+    fail "apt-get $1 failed; it says why above."
 }
 
 set_up_macos() {

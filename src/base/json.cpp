@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <boost/json/basic_parser_impl.hpp>
+#include <boost/system/error_code.hpp>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -25,7 +26,7 @@ class Builder {
   static constexpr std::size_t max_array_size = static_cast<std::size_t>(-1);
   static constexpr std::size_t max_key_size = static_cast<std::size_t>(-1);
   static constexpr std::size_t max_string_size = static_cast<std::size_t>(-1);
-  using Error = bj::error_code;
+  using Error = boost::system::error_code;
   using Part = bj::string_view;
 
   explicit Builder(std::string_view source) : source_(source) {
@@ -150,7 +151,7 @@ std::optional<Document> parse(std::string_view text) {
   bj::parse_options options;
   options.max_depth = kDeepest;
   bj::basic_parser<Builder> parser(options, text);
-  bj::error_code failure;
+  boost::system::error_code failure;
   const std::size_t used = parser.write_some(false, text.data(), text.size(), failure);
   if (failure || used != text.size()) return std::nullopt;
   return parser.handler().take();

@@ -1,5 +1,7 @@
 #include <sha2.h>
 
+#include <cstdint>
+
 #include "platform/sha256.h"
 
 namespace qv::platform {
