@@ -17,6 +17,12 @@ constexpr double kStandstill = 600;
 constexpr double kStoppedSeconds = 2;
 constexpr int kCritical = 4;
 
+// The order of the queue, told once more.
+bool comes_before(const BuildLease& one, const BuildLease& other) {
+  if (one.focused == other.focused) return one.queuedAt < other.queuedAt;
+  return one.focused;
+}
+
 }  // namespace
 
 double Build::now() { return world_.now(); }
@@ -390,7 +396,7 @@ void World::check_start(Build& build, const Start& start) const {
       if (age >= kStandstill) continue;
       moving.jobs += file.lease.jobs;
       ++moving.builds;
-    } else if (!own.focused && is_before(file.lease, own)) {
+    } else if (!own.focused && comes_before(file.lease, own)) {
       throw Broken{"build " + std::to_string(build.pid) + " starts before " + std::to_string(pid)};
     }
   }
@@ -448,13 +454,14 @@ void World::check_patience() {
 
 bool World::is_free_to_start(Build& build) const {
   const bool locked = shelf.locked_by != nullptr || shelf.held_by_stranger_until > now_;
-  if (locked || is_short || machine.pressure >= kCritical) return false;
+  const bool plenty = machine.pressure == 1 && *machine.available >= 8 * kGiB;
+  if (locked || is_short || !plenty) return false;
   const BuildLease& own = build.queueing->lease();
   return std::ranges::none_of(shelf.leases, [&](const auto& entry) {
     const BuildLease& lease = entry.second.lease;
     const Build* other = is_alive(lease) ? process(lease.pid) : nullptr;
-    if (other == nullptr || other == &build) return false;
-    return lease.running || (!other->stopped && is_before(lease, own));
+    if (other == nullptr || other == &build || other->stopped) return false;
+    return lease.running || comes_before(lease, own);
   });
 }
 
