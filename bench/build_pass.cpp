@@ -14,8 +14,11 @@
 #include <filesystem>
 #include <vector>
 
-#include "build/coordinator.h"
+#include "builds/ledger_folder.h"
+#include "builds/pass.h"
+#include "platform/clock.h"
 #include "platform/machine.h"
+#include "platform/process.h"
 
 namespace {
 
@@ -49,18 +52,19 @@ BuildLease lease_of(pid_t pid, bool running) {
   return lease;
 }
 
-double median_milliseconds_of_a_pass(Coordinator& coordinator, const Readings& readings) {
-  Coordinator::Queue queue;
-  queue.own = lease_of(::getpid(), false);
+double median_milliseconds_of_a_pass(BuildLedger& ledger, const Readings& readings) {
+  Candidate candidate;
+  candidate.lease = lease_of(::getpid(), false);
   std::vector<double> times;
   for (int pass = 0; pass < kPasses; ++pass) {
     const BuildMemory memory = readings.memory();
-    const auto lock = coordinator.ledger->lock();
+    ledger.look_ahead();
+    const auto lock = ledger.lock();
     const auto start = Clock::now();
-    (void)coordinator.decide(queue, memory);
+    (void)decide(candidate, ledger, memory, qv::platform::waking_seconds());
     times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
   }
-  coordinator.ledger->remove(::getpid());
+  ledger.remove(::getpid());
   std::nth_element(times.begin(), times.begin() + kPasses / 2, times.end());
   return times[kPasses / 2];
 }
@@ -104,16 +108,15 @@ int main(int argc, char** argv) {
     std::string home = std::filesystem::temp_directory_path() / "qv-bench-XXXXXX";
     if (::mkdtemp(home.data()) == nullptr) return 1;
     const std::string directory = home + "/Library/Application Support/Quorvel/builds";
-    Coordinator coordinator{
-        "/bin/cargo", "cargo", {"build"}, read_environment(), BuildLedger::open(directory)};
+    const auto ledger = LedgerFolder::open(directory);
     const auto sleepers = start_sleepers(count);
     for (const pid_t pid : sleepers) {
       // Each through a ledger of its own, as each process has one.
-      BuildLedger::open(directory)->write(lease_of(pid, pid == sleepers.front()));
+      LedgerFolder::open(directory)->write(lease_of(pid, pid == sleepers.front()));
     }
     ::usleep(100'000);
-    const Readings readings(coordinator.env, "", directory);
-    const double pass = median_milliseconds_of_a_pass(coordinator, readings);
+    const Readings readings(read_environment(), "", directory);
+    const double pass = median_milliseconds_of_a_pass(*ledger, readings);
     std::printf("%8d %12.3f %22.2f\n", count, pass, cost_of_waiting(argv[1], home));
     std::fflush(stdout);
     for (const pid_t pid : sleepers) {

@@ -5,6 +5,7 @@ if(POLICY CMP0167)
 endif()
 find_package(Boost 1.75 REQUIRED)
 find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
 
 # qv_static_library(TARGET MODULE): an imported target for the pkg-config module,
 # preferring its static archive.

@@ -138,7 +138,7 @@ void enter_pane(const Instance& instance, const std::string& session) {
   const auto directories = text::split(before, ':');
   // A pane opened from another one keeps the order that it finds.
   const bool has_tools = std::ranges::find(directories, tools) != directories.end();
-  if (!has_tools) set("PATH", tools + ":" + before);
+  if (!has_tools) set("PATH", tools + ":" + before + ":" + stand_in_directory(instance));
 }
 
 std::string random_hex(std::size_t digits) {

@@ -55,7 +55,7 @@ that runs, so this makes an agent from outside, for which `qv join` is meant:
   env -i PATH="$PATH" HOME="$QV_SANDBOX" QUORVEL_SESSION_ID=visitor sh
 
 `cargo`, `go` and `swift` run through qv in a pane, as far as they are installed; with none of
-them, `cargo` is a stand-in that only takes its time, and so is $QV_SANDBOX/practice/cargo.
+them, `cargo` is a stand-in that only takes its time.
 
 The exit status is the command's. --lease is how long a seat lasts without a sign of life
 (600 seconds).)";

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "base/text.h"
-#include "platform/machine.h"
+#include "platform/process.h"
 
 namespace qv::sandbox {
 

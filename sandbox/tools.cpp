@@ -1,12 +1,13 @@
-// In a pane of the app a build tool's name stands for a small script that runs the tool
-// through qv. The script passes on everything: only qv knows which calls are builds, and for
-// any other one, or a program that merely shares the name, it becomes the program at once.
+// In a pane of the app a build tool's name is a link to qv, which finds the tool behind it on
+// the PATH. Only qv knows which calls are builds; for any other one, or a program that merely
+// shares the name, it becomes the program at once.
 
 #include "tools.h"
 
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string_view>
 
 #include "base/files.h"
@@ -18,7 +19,7 @@ namespace {
 
 constexpr std::string_view kTools[] = {"cargo", "go", "swift"};
 
-// Behind the name of cargo where there is no build tool at all, and in `practice/` always.
+// Behind the name of cargo where there is no build tool at all, and behind `practice/` always.
 constexpr std::string_view kSandboxBuild = R"(#!/bin/sh
 # sandbox-build: takes its time like a build, and compiles nothing.
 echo "sandbox-build plays cargo here: nothing is compiled"
@@ -44,32 +45,34 @@ bool write_program(const std::string& path, std::string_view script) {
          files::replace(path, script) && ::chmod(path.c_str(), 0700) == 0;
 }
 
-std::string quoted(const std::string& word) {
-  return "'" + text::joined(text::split(word, '\''), "'\\''") + "'";
+bool link_to(const std::string& program, const std::string& path) {
+  std::error_code failure;
+  files::make_private_directories(files::directory_of(path));
+  std::filesystem::create_symlink(program, path, failure);
+  return !failure;
 }
 
 }  // namespace
 
 std::string tools_directory(const Instance& instance) { return instance.home + "/bin"; }
 
+std::string stand_in_directory(const Instance& instance) { return instance.home + "/stand-in"; }
+
 bool furnish_tools(const Instance& instance) {
   const std::string qv = find_program("qv");
   if (qv.empty()) return true;
-  const auto wrap = [&](const std::string& path, const std::string& tool) {
-    return write_program(
-        path, "#!/bin/sh\nexec " + quoted(qv) + " __build " + quoted(tool) + " \"$@\"\n");
-  };
-  const std::string practice = instance.home + "/practice/cargo";
-  const std::string stand_in = instance.home + "/practice/sandbox-build/cargo";
-  bool written = write_program(stand_in, kSandboxBuild) && wrap(practice, stand_in);
+  const std::string practice = instance.home + "/practice";
+  bool furnished = link_to(qv, practice + "/cargo") &&
+                   write_program(practice + "/sandbox-build/cargo", kSandboxBuild);
   bool found = false;
   for (const std::string_view name : kTools) {
-    const std::string tool = find_program(name);
-    if (tool.empty()) continue;
+    if (find_program(name).empty()) continue;
     found = true;
-    written = wrap(tools_directory(instance) + "/" + std::string(name), tool) && written;
+    furnished = link_to(qv, tools_directory(instance) + "/" + std::string(name)) && furnished;
   }
-  return (found || wrap(tools_directory(instance) + "/cargo", stand_in)) && written;
+  if (found) return furnished;
+  return link_to(qv, tools_directory(instance) + "/cargo") &&
+         write_program(stand_in_directory(instance) + "/cargo", kSandboxBuild) && furnished;
 }
 
 }  // namespace qv::sandbox

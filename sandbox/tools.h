@@ -6,11 +6,12 @@
 
 namespace qv::sandbox {
 
-// Where a pane finds its build tools before all others.
+// Where a pane finds its build tools before all others, and after all others.
 [[nodiscard]] std::string tools_directory(const Instance& instance);
+[[nodiscard]] std::string stand_in_directory(const Instance& instance);
 
-// Fills it: `cargo`, `go` and `swift`, as far as they are on the PATH, run through qv. False
-// when a file cannot be written.
+// Fills them: `cargo`, `go` and `swift`, as far as they are on the PATH, run through qv, and
+// where none is, a stand-in does. False when a file cannot be written.
 [[nodiscard]] bool furnish_tools(const Instance& instance);
 
 }  // namespace qv::sandbox

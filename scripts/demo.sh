@@ -78,7 +78,7 @@ first_pane() {
 builds() {
   say "Builds go through qv as well. The second one here is the same as the first, and shows its
 # output instead of building twice; the third one waits until there are cores for it."
-  export HOME="$QV_SANDBOX" PATH="$QV_SANDBOX/practice:$PATH"
+  export HOME="$QV_SANDBOX" PATH="$QV_SANDBOX/practice:$QV_SANDBOX/practice/sandbox-build:$PATH"
   export QUORVEL_BUILD_CORES=2 QUORVEL_BUILD_MEMORY_OFF=1
   unset QUORVEL_BUILD_SLOT QUORVEL_BUILD_SLOT_OFF CARGO_BUILD_JOBS ${!GIT_@}
   export GIT_CONFIG_GLOBAL=/dev/null GIT_CONFIG_NOSYSTEM=1

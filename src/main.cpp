@@ -9,7 +9,9 @@
 
 #include "base/io.h"
 #include "base/output.h"
-#include "build/entry.h"
+#include "builds/entry.h"
+#include "builds/queue_command.h"
+#include "builds/shim.h"
 #include "cli/dispatch.h"
 #include "cli/exit_code.h"
 
@@ -17,6 +19,7 @@ namespace {
 
 int run(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
+  if (argc > 0 && qv::build::is_shim(argv[0])) return qv::build::run_shim(argv);
   if (argc > 1 && std::strcmp(argv[1], "__build") == 0) return qv::build::run(argv[0], argv + 2);
 
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
@@ -25,7 +28,10 @@ int run(int argc, char** argv) {
   qv::OutputStream standard_error(2);
   qv::CLIRuntime runtime([&](std::string_view text) { return standard_output.write_line(text); },
                          [&](std::string_view text) { return standard_error.write_line(text); });
-  const int status = qv::run(arguments, runtime);
+  const bool shows_queue = argc > 1 && std::strcmp(argv[1], "__builds") == 0;
+  const int status = shows_queue ? qv::build::show_queue(argv[0], {argv + 2, argv + argc},
+                                                         standard_output, standard_error)
+                                 : qv::run(arguments, runtime);
 
   if (standard_output.error() == 0) return status;
   if (standard_output.error() != EPIPE) {

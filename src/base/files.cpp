@@ -1,15 +1,19 @@
 #include "base/files.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <utility>
 
 #include "base/descriptor.h"
 #include "base/io.h"
+#include "base/signal_disposition.h"
 
 namespace qv::files {
 
@@ -17,66 +21,123 @@ namespace {
 
 constexpr off_t kLargestFile = off_t{64} << 20;
 
+// A name that mkstemp(3) fills. Short, since the file's own may be as long as names can be.
+constexpr std::string_view kNewFile = ".qv-XXXXXX";
+
 std::optional<struct stat> status_of(const std::string& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) return std::nullopt;
   return status;
 }
 
-// A limit on the size of files makes a write fail instead of ending the process.
-class FileSizeSignalIgnored {
- public:
-  FileSizeSignalIgnored() {
-    struct sigaction ignore {};
-    ignore.sa_handler = SIG_IGN;
-    ::sigaction(SIGXFSZ, &ignore, &before_);
+Descriptor open_to_read(const std::string& path) {
+  for (;;) {
+    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (file.valid() || errno != EINTR) return file;
   }
-  ~FileSizeSignalIgnored() { ::sigaction(SIGXFSZ, &before_, nullptr); }
-  FileSizeSignalIgnored(const FileSizeSignalIgnored&) = delete;
-  FileSizeSignalIgnored& operator=(const FileSizeSignalIgnored&) = delete;
+}
 
- private:
-  struct sigaction before_ {};
-};
+// Fills a new file and renames it. On failure it is gone, and errno says why: a limit on the
+// size of files makes a write fail here instead of ending the process.
+bool finish(Descriptor file, const std::string& temporary, const std::string& path,
+            std::string_view bytes, bool synced) {
+  const SignalDisposition no_end(SIGXFSZ, SIG_IGN);
+  const bool written = io::write_all(file.get(), bytes) && ::fchmod(file.get(), 0600) == 0 &&
+                       (!synced || ::fsync(file.get()) == 0) && ::close(file.release()) == 0;
+  if (written && ::rename(temporary.c_str(), path.c_str()) == 0) return true;
+  const int error = errno;
+  ::unlink(temporary.c_str());
+  errno = error;
+  return false;
+}
+
+// Processes of different containers may share both the directory and a process id.
+bool replace_through_new(const std::string& path, std::string_view bytes, bool synced) {
+  std::string temporary = directory_of(path).append("/").append(kNewFile);
+  Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+  return file.valid() && finish(std::move(file), temporary, path, bytes, synced);
+}
+
+bool make_private_directory(const std::string& path) {
+  if (::mkdir(path.c_str(), 0700) == 0) return true;
+  const int error = errno;
+  if (is_directory(path)) return true;
+  errno = error == EEXIST ? ENOTDIR : error;
+  return false;
+}
 
 }  // namespace
 
 std::optional<std::string> read(const std::string& path) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const Descriptor file = open_to_read(path);
   struct stat status {};
   if (!file.valid() || ::fstat(file.get(), &status) != 0) return std::nullopt;
-  if (!S_ISREG(status.st_mode) || status.st_size > kLargestFile) return std::nullopt;
+  if (!S_ISREG(status.st_mode) || status.st_size > kLargestFile) {
+    errno = S_ISREG(status.st_mode) ? EFBIG : EINVAL;
+    return std::nullopt;
+  }
   return io::read_to_end(file.get(), static_cast<std::size_t>(kLargestFile));
 }
 
 bool replace(const std::string& path, std::string_view bytes) {
-  // A short name, since the file's own may be as long as names can be.
-  const std::string temporary = directory_of(path) + "/." + std::to_string(::getpid()) + ".tmp";
-  return replace_through(temporary, path, bytes);
+  return replace_through_new(path, bytes, false);
+}
+
+bool replace_synced(const std::string& path, std::string_view bytes) {
+  return replace_through_new(path, bytes, true);
+}
+
+void remove_leftovers(const std::string& directory) {
+  constexpr time_t kSurelyKilled = 3600;  // seconds
+  const std::string_view prefix = kNewFile.substr(0, kNewFile.find('X'));
+  for (const std::string& name : names_in(directory)) {
+    if (name.size() != kNewFile.size() || !name.starts_with(prefix)) continue;
+    const std::string path = directory + "/" + name;
+    struct stat entry {};
+    if (::lstat(path.c_str(), &entry) != 0 || !S_ISREG(entry.st_mode)) continue;
+    if (std::time(nullptr) - entry.st_mtime > kSurelyKilled) ::unlink(path.c_str());
+  }
 }
 
 bool replace_through(const std::string& temporary, const std::string& path,
                      std::string_view bytes) {
-  const FileSizeSignalIgnored from_here;
   ::unlink(temporary.c_str());
   Descriptor file(
       ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!file.valid()) return false;
-  const bool written = io::write_all(file.get(), bytes) && ::fchmod(file.get(), 0600) == 0;
-  const bool closed = ::close(file.release()) == 0;
-  if (written && closed && ::rename(temporary.c_str(), path.c_str()) == 0) return true;
-  ::unlink(temporary.c_str());
-  return false;
+  return file.valid() && finish(std::move(file), temporary, path, bytes, false);
 }
 
 bool make_private_directories(const std::string& path) {
   if (is_directory(path)) return true;
   for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
        slash = path.find('/', slash + 1)) {
-    ::mkdir(path.substr(0, slash).c_str(), 0700);
+    if (!make_private_directory(path.substr(0, slash))) return false;
   }
-  ::mkdir(path.c_str(), 0700);
-  return is_directory(path);
+  return make_private_directory(path);
+}
+
+std::optional<std::vector<std::string>> names_in(int directory) {
+  const int fd = ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  DIR* listing = fd < 0 ? nullptr : ::fdopendir(fd);
+  if (listing == nullptr) {
+    if (fd >= 0) ::close(fd);
+    return std::nullopt;
+  }
+  std::vector<std::string> names;
+  const dirent* entry = nullptr;
+  while (errno = 0, (entry = ::readdir(listing)) != nullptr) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+  const bool whole = errno == 0;
+  ::closedir(listing);
+  return whole ? std::optional(std::move(names)) : std::nullopt;
+}
+
+std::vector<std::string> names_in(const std::string& directory) {
+  const Descriptor folder(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.valid()) return {};
+  return names_in(folder.get()).value_or(std::vector<std::string>());
 }
 
 bool exists(const std::string& path) { return status_of(path).has_value(); }

@@ -3,26 +3,38 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Small private files, read whole and written whole.
 namespace qv::files {
 
-// The whole content of a regular file (a link to one is followed); absent when there is
-// none, it is of another kind, it is larger than 64 MiB, or it cannot be read. Never
-// blocks on a pipe somebody put there.
+// The whole content of a regular file (a link to one is followed). Absent with errno set:
+// EINVAL when it is of another kind, EFBIG when it is larger than 64 MiB, else what the system
+// says. Never blocks on a pipe somebody put there.
 [[nodiscard]] std::optional<std::string> read(const std::string& path);
 
 // Writes `bytes` to a new file of mode 0600 beside `path` and renames it over `path`, so
-// that a reader sees the old content or the new. False, with nothing changed, on failure.
+// that a reader sees the old content or the new. False with errno set and nothing changed.
 [[nodiscard]] bool replace(const std::string& path, std::string_view bytes);
 
-// The same through a new file at `temporary`, which may be left over from a crash.
+// The same, and not even a crash of the machine leaves anything between old and new.
+[[nodiscard]] bool replace_synced(const std::string& path, std::string_view bytes);
+
+// Removes the new files that killed processes left beside what they meant to replace.
+void remove_leftovers(const std::string& directory);
+
+// Like `replace`, through a new file at `temporary`, which may be left over from a crash.
 [[nodiscard]] bool replace_through(const std::string& temporary, const std::string& path,
                                    std::string_view bytes);
 
-// Creates the directory and its missing parents with mode 0700. False when it is not
-// there afterwards.
+// Creates the directory and its missing parents with mode 0700. False with errno set when it
+// is not there afterwards.
 bool make_private_directories(const std::string& path);
+
+// The names of an open directory's entries but "." and "..", in its own order; absent with
+// errno set when it cannot be listed. And those of the directory at a path; none then.
+[[nodiscard]] std::optional<std::vector<std::string>> names_in(int directory);
+[[nodiscard]] std::vector<std::string> names_in(const std::string& directory);
 
 [[nodiscard]] bool exists(const std::string& path);
 [[nodiscard]] bool is_directory(const std::string& path);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/io.h"
+#include "base/signal_disposition.h"
 #include "base/text.h"
 
 namespace qv {
@@ -18,6 +19,7 @@ bool OutputStream::write_line(std::string_view text) {
     visible = text::with_visible_controls(text);
     text = visible;
   }
+  const SignalDisposition no_end(SIGXFSZ, SIG_IGN);  // a limit on files is an error like others
   char line_feed = '\n';
   iovec parts[2] = {{const_cast<char*>(text.data()), text.size()}, {&line_feed, 1}};
   const ssize_t count = ::writev(fd_, parts, 2);

@@ -58,8 +58,6 @@ class Running {
   bool failed_ = false;
 };
 
-void make_nonblocking(int fd) { ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK); }
-
 Running::Running(Command& command, std::vector<std::string>& environment) : command_(command) {
   auto in = open_pipe();
   auto out = open_pipe();
@@ -156,6 +154,8 @@ std::optional<Pipe> open_pipe() {
   for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
   return Pipe{Descriptor(ends[0]), Descriptor(ends[1])};
 }
+
+void make_nonblocking(int fd) { ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK); }
 
 std::vector<char*> pointers_to(std::vector<std::string>& texts) {
   std::vector<char*> pointers;

@@ -21,6 +21,9 @@ struct Pipe {
 // A pipe with both ends close-on-exec; absent with errno set.
 [[nodiscard]] std::optional<Pipe> open_pipe();
 
+// For descriptors of this process alone: the flag is everybody's who shares the descriptor.
+void make_nonblocking(int fd);
+
 // The null-terminated array of pointers that exec and spawn want; valid while `texts`
 // is neither changed nor moved.
 [[nodiscard]] std::vector<char*> pointers_to(std::vector<std::string>& texts);

@@ -120,8 +120,8 @@ ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& r
   }
   const std::string warning = TeamworkRequestBuilder::warning(flags);
   if (!warning.empty()) runtime.err(warning);
-  const auto bytes =
-      BridgeTransport::exchange(std::get<TeamworkRequest>(outcome), env.collabSocket);
+  const auto bytes = BridgeTransport::exchange(std::get<TeamworkRequest>(outcome), env.collabSocket,
+                                               {.lastOfProcess = true});
   if (!bytes) {
     runtime.err(complaints::not_answering("board", env.collabSocket, bytes));
     return ExitCode::unavailable;

@@ -3,17 +3,15 @@
 
 #include "bridge/discovery.h"
 
-#include <dirent.h>
-
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <utility>
 
 #include "base/files.h"
 #include "base/text.h"
 #include "bridge/transport.h"
 #include "platform/file_times.h"
+#include "platform/paths.h"
 
 namespace qv::BridgeDiscovery {
 
@@ -24,26 +22,11 @@ std::string_view word(Kind kind) {
   return kWords[static_cast<std::size_t>(kind)];
 }
 
-// The names in a directory without the hidden ones; empty when it cannot be listed.
-std::vector<std::string> names_in(const std::string& directory) {
-  std::vector<std::string> names;
-  const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(directory.c_str()), ::closedir);
-  if (!listing) return names;
-  while (const dirent* entry = ::readdir(listing.get())) {
-    if (entry->d_name[0] != '.') names.emplace_back(entry->d_name);
-  }
-  return names;
-}
-
 // Absent, and so before every date, when it cannot be had.
 std::optional<platform::FileTime> date_of(const std::string& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) return std::nullopt;
   return platform::modification_time(status);
-}
-
-bool is_instance_name(std::string_view name) {
-  return name == "Quorvel" || name.starts_with("Quorvel-");
 }
 
 }  // namespace
@@ -77,10 +60,10 @@ std::string token_path(const std::string& socket) {
 std::vector<Candidate> candidates(Kind kind, const std::string& base) {
   const std::string prefix = std::string(word(kind)) + "-";
   std::vector<std::pair<std::optional<platform::FileTime>, Candidate>> dated;
-  for (const std::string& instance : names_in(base)) {
+  for (const std::string& instance : files::names_in(base)) {
     const std::string directory = base + "/" + instance;
-    if (!is_instance_name(instance) || !files::is_directory(directory)) continue;
-    for (const std::string& name : names_in(directory)) {
+    if (!platform::is_instance_name(instance) || !files::is_directory(directory)) continue;
+    for (const std::string& name : files::names_in(directory)) {
       if (!name.starts_with(prefix) || !name.ends_with(".sock")) continue;
       const std::string path = directory + "/" + name;
       dated.push_back({date_of(path), {path, token_path(path)}});

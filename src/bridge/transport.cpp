@@ -17,6 +17,7 @@
 
 #include "base/descriptor.h"
 #include "bridge/trust.h"
+#include "platform/clock.h"
 #include "platform/memory.h"
 #include "platform/peer.h"
 #include "platform/sockets.h"
@@ -54,14 +55,51 @@ std::optional<uid_t> foreign_peer(const Descriptor& connection) {
   return trust::covers(user) ? std::nullopt : std::optional(user);
 }
 
-void set_timeout(const Descriptor& connection, int option, std::int64_t seconds) {
+void set_timeout(const Descriptor& connection, int option, double seconds) {
   timeval limit{};
   limit.tv_sec = static_cast<time_t>(seconds);
+  limit.tv_usec = static_cast<suseconds_t>((seconds - static_cast<double>(limit.tv_sec)) * 1e6);
+  if (limit.tv_sec == 0 && limit.tv_usec == 0) limit.tv_usec = 1;  // zero would be no limit
   ::setsockopt(connection.get(), SOL_SOCKET, option, &limit, sizeof limit);
 }
 
-bool send_all(const Descriptor& connection, std::string_view bytes) {
+// The time an exchange may take. Where the whole of it is limited, no single call may block
+// for longer than what is left.
+class Patience {
+ public:
+  explicit Patience(const Options& options) : options_(options) {
+    if (options.wholeExchangeSeconds) {
+      end_ = platform::monotonic_seconds() + *options.wholeExchangeSeconds;
+    }
+  }
+
+  void begin(const Descriptor& connection) const {
+    for (const int option : {SO_RCVTIMEO, SO_SNDTIMEO}) {
+      set_timeout(connection, option, usual(option));
+    }
+  }
+
+  // Before each call that may block on this time-out; false when no time is left for it.
+  [[nodiscard]] bool allows(const Descriptor& connection, int option) const {
+    if (!end_) return true;
+    const double left = *end_ - platform::monotonic_seconds();
+    if (left > 0) set_timeout(connection, option, std::min(usual(option), left));
+    return left > 0;
+  }
+
+ private:
+  [[nodiscard]] double usual(int option) const {
+    return static_cast<double>(option == SO_RCVTIMEO ? options_.readTimeoutSeconds
+                                                     : options_.writeTimeoutSeconds);
+  }
+
+  const Options& options_;
+  std::optional<double> end_;
+};
+
+bool send_all(const Descriptor& connection, const Patience& patience, std::string_view bytes) {
   while (!bytes.empty()) {
+    if (!patience.allows(connection, SO_SNDTIMEO)) return false;
     const ssize_t count =
         ::send(connection.get(), bytes.data(), bytes.size(), platform::send_flags());
     if (count > 0) {
@@ -76,7 +114,7 @@ bool send_all(const Descriptor& connection, std::string_view bytes) {
 // Reads straight into the buffer that becomes the reply. Most replies fit its first size;
 // for the others it is made large enough for any, of which the system hands out only what
 // is really written.
-Reply receive(const Descriptor& connection, const Options& options) {
+Reply receive(const Descriptor& connection, const Patience& patience, const Options& options) {
   constexpr std::size_t kUsualSize = 64 * 1024;
   constexpr std::size_t kMemoryPerReplyByte = 6;  // with all that is made of it
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
@@ -86,11 +124,12 @@ Reply receive(const Descriptor& connection, const Options& options) {
   for (;;) {
     if (reply.size == capacity) {
       capacity = limit + kUsualSize;
-      platform::expect_large_memory(kMemoryPerReplyByte * capacity);
+      if (options.lastOfProcess) platform::expect_large_memory(kMemoryPerReplyByte * capacity);
       std::unique_ptr<char[]> larger(new char[capacity]);
       std::memcpy(larger.get(), reply.bytes.get(), reply.size);
       reply.bytes = std::move(larger);
     }
+    if (!patience.allows(connection, SO_RCVTIMEO)) return {};
     char* const start = reply.bytes.get() + reply.size;
     const ssize_t count = ::recv(connection.get(), start, capacity - reply.size, 0);
     if (count < 0) {
@@ -106,12 +145,13 @@ Reply receive(const Descriptor& connection, const Options& options) {
   }
 }
 
-bool receive_in_pieces(const Descriptor& connection, const Options& options,
-                       const std::function<void(std::string_view)>& take) {
+bool receive_in_pieces(const Descriptor& connection, const Patience& patience,
+                       const Options& options, const std::function<void(std::string_view)>& take) {
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
   char buffer[64 * 1024];
   std::size_t used = 0;
   for (;;) {
+    if (!patience.allows(connection, SO_RCVTIMEO)) return false;
     const ssize_t count = ::recv(connection.get(), buffer, sizeof buffer, 0);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return false;
@@ -127,17 +167,17 @@ bool receive_in_pieces(const Descriptor& connection, const Options& options,
 
 // A connection on which the whole request was sent; not valid on failure, of which `why`
 // says what a user has to know.
-Descriptor asked(std::string_view request, const std::string& socket_path, const Options& options,
-                 Outcome& why) {
+Descriptor asked(std::string_view request, const std::string& socket_path, const Patience& patience,
+                 const Options& options, Outcome& why) {
   if (socket_path.empty()) return {};
   Descriptor connection = platform::open_stream_socket();
   if (!connection.valid()) return {};
-  set_timeout(connection, SO_RCVTIMEO, options.readTimeoutSeconds);
-  set_timeout(connection, SO_SNDTIMEO, options.writeTimeoutSeconds);
+  patience.begin(connection);
+  if (!patience.allows(connection, SO_SNDTIMEO)) return {};
   if (!connect_to(connection, socket_path)) return {};
   why.foreign_user = foreign_peer(connection);
   if (why.foreign_user) return {};
-  if (!send_all(connection, std::string(request) + options.terminator)) return {};
+  if (!send_all(connection, patience, std::string(request) + options.terminator)) return {};
   ::shutdown(connection.get(), SHUT_WR);
   return connection;
 }
@@ -145,17 +185,19 @@ Descriptor asked(std::string_view request, const std::string& socket_path, const
 }  // namespace
 
 Reply exchange(std::string_view request, const std::string& socket_path, const Options& options) {
+  const Patience patience(options);
   Reply none;
-  const Descriptor connection = asked(request, socket_path, options, none);
+  const Descriptor connection = asked(request, socket_path, patience, options, none);
   if (!connection.valid()) return none;
-  return receive(connection, options);
+  return receive(connection, patience, options);
 }
 
 Outcome stream(std::string_view request, const std::string& socket_path,
                const std::function<void(std::string_view)>& take, const Options& options) {
+  const Patience patience(options);
   Outcome outcome;
-  const Descriptor connection = asked(request, socket_path, options, outcome);
-  outcome.answered = connection.valid() && receive_in_pieces(connection, options, take);
+  const Descriptor connection = asked(request, socket_path, patience, options, outcome);
+  outcome.answered = connection.valid() && receive_in_pieces(connection, patience, options, take);
   return outcome;
 }
 

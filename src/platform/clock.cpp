@@ -22,6 +22,14 @@ double monotonic_seconds() {
 #endif
 }
 
+double waking_seconds() {
+#ifdef CLOCK_UPTIME_RAW
+  return seconds_on(CLOCK_UPTIME_RAW);  // macOS: its plain monotonic clock goes on in sleep
+#else
+  return seconds_on(CLOCK_MONOTONIC);
+#endif
+}
+
 double wall_clock_seconds() { return seconds_on(CLOCK_REALTIME); }
 
 }  // namespace qv::platform

@@ -1,12 +1,9 @@
 #pragma once
 
-#include <sys/stat.h>
-#include <sys/types.h>
-
 #include <cstdint>
 #include <optional>
 
-// What the machine says about itself and its processes.
+// What the machine says about itself.
 namespace qv::platform {
 
 // Memory pressure as the kernel judges it: 1 normal, 2 warning, 4 critical; 1 when it
@@ -18,10 +15,5 @@ namespace qv::platform {
 
 // Bytes that could be had without swapping; absent when the system does not say.
 [[nodiscard]] std::optional<std::uint64_t> available_memory();
-
-// When the process started, in seconds since 1970; absent when there is no such process
-// or it has ended and only waits for its parent to ask how. Two readers of one process
-// get the same number.
-[[nodiscard]] std::optional<double> start_time(pid_t pid);
 
 }  // namespace qv::platform

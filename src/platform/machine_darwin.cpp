@@ -3,7 +3,6 @@
 #include <mach/mach.h>
 #include <mach/mach_host.h>
 #include <sys/sysctl.h>
-#include <sys/time.h>
 
 #include <algorithm>
 #include <thread>
@@ -44,16 +43,6 @@ std::optional<std::uint64_t> available_memory() {
   const std::uint64_t free = std::uint64_t{pages.free_count} + pages.inactive_count +
                              pages.purgeable_count + pages.speculative_count;
   return free * page;
-}
-
-std::optional<double> start_time(pid_t pid) {
-  int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_PID, pid};
-  kinfo_proc record{};
-  std::size_t size = sizeof record;
-  if (::sysctl(name, 4, &record, &size, nullptr, 0) != 0 || size == 0) return std::nullopt;
-  if (record.kp_proc.p_stat == SZOMB) return std::nullopt;
-  const timeval& start = record.kp_proc.p_starttime;
-  return static_cast<double>(start.tv_sec) + static_cast<double>(start.tv_usec) / 1'000'000.0;
 }
 
 }  // namespace qv::platform

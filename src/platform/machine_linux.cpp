@@ -6,19 +6,16 @@
 
 #include "platform/machine_linux.h"
 
-#include <fcntl.h>
 #include <sched.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 #include <thread>
 
-#include "base/descriptor.h"
 #include "base/files.h"
+#include "base/text.h"
 #include "platform/machine.h"
 
 namespace qv::platform {
@@ -31,7 +28,11 @@ constexpr double kCriticalFullStall = 10;
 constexpr double kWarningSomeStall = 10;
 constexpr std::uint64_t kCriticalShare = 20;
 
+// What version 1 of control groups says where there is no limit is more than this.
+constexpr std::uint64_t kUnlimited = std::uint64_t{1} << 62;
+
 constexpr std::string_view kGroups = "/sys/fs/cgroup";
+constexpr std::string_view kOfVersion2 = "0::";  // before the group's path, in the list of them
 
 std::optional<std::uint64_t> number_in(std::string_view text) {
   while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
@@ -61,16 +62,33 @@ std::optional<std::uint64_t> number_of_file(const std::string& path) {
   return text ? number_in(*text) : std::nullopt;
 }
 
-// Seconds from 1970 to the start of the machine, read once.
-std::optional<std::uint64_t> boot_time() {
-  static const std::optional<std::uint64_t> seconds = [] {
-    const auto text = files::read("/proc/stat");
-    return text ? number_after(*text, "btime ") : std::nullopt;
-  }();
-  return seconds;
+bool is_in_list(std::string_view word, std::string_view list) {
+  return std::ranges::count(text::split(list, ','), word) > 0;
+}
+
+// Visits the group at `path` below `top` and every one above it.
+template <class Visit>
+void climb(const std::string& top, std::string_view path, Visit visit) {
+  std::string group = top + std::string(path);
+  while (group.size() > top.size()) {
+    if (!group.ends_with('/')) visit(group);
+    group.resize(group.rfind('/'));
+  }
+  visit(top);
 }
 
 }  // namespace
+
+// What the two versions of control groups call the same. Of version 1 only memory counts.
+struct LinuxMachine::GroupFiles {
+  const char* limit;
+  const char* used;
+  std::string_view cache;  // its line in memory.stat
+};
+constexpr LinuxMachine::GroupFiles LinuxMachine::kVersion1{
+    "/memory.limit_in_bytes", "/memory.usage_in_bytes", "total_inactive_file "};
+constexpr LinuxMachine::GroupFiles LinuxMachine::kVersion2{"/memory.max", "/memory.current",
+                                                           "inactive_file "};
 
 int LinuxMachine::pressure_level() const {
   const auto text = files::read(root_ + "/proc/pressure/memory");
@@ -84,7 +102,10 @@ int LinuxMachine::pressure_level() const {
 }
 
 int LinuxMachine::cores_within_quota(int cores) const {
-  for_each_group([&](const std::string& group) {
+  const auto membership = files::read(root_ + "/proc/self/cgroup");
+  const auto path = membership ? line_after(*membership, kOfVersion2) : std::nullopt;
+  if (!path) return std::max(cores, 1);
+  climb(root_ + std::string(kGroups), *path, [&](const std::string& group) {
     const auto text = files::read(group + "/cpu.max");  // "max 100000" or "150000 100000"
     if (!text) return;
     const auto quota = number_in(*text);
@@ -99,21 +120,15 @@ int LinuxMachine::cores_within_quota(int cores) const {
 
 std::optional<std::uint64_t> LinuxMachine::available_memory() const {
   std::optional<std::uint64_t> least;
-  const auto take = [&](const std::optional<Room>& room) {
-    if (room && (!least || room->available < *least)) least = room->available;
-  };
-  take(machine_room());
-  for_each_group([&](const std::string& group) { take(group_room(group)); });
+  for_each_room(
+      [&](const Room& room) { least = std::min(least.value_or(room.available), room.available); });
   return least;
 }
 
 bool LinuxMachine::memory_is_scarce() const {
   bool scarce = false;
-  const auto look = [&](const std::optional<Room>& room) {
-    scarce = scarce || (room && room->available < room->total / kCriticalShare);
-  };
-  look(machine_room());
-  for_each_group([&](const std::string& group) { look(group_room(group)); });
+  for_each_room(
+      [&](const Room& room) { scarce = scarce || room.available < room.total / kCriticalShare; });
   return scarce;
 }
 
@@ -127,29 +142,37 @@ std::optional<LinuxMachine::Room> LinuxMachine::machine_room() const {
 }
 
 // A group's use includes the file cache, of which the inactive part is given back on demand.
-std::optional<LinuxMachine::Room> LinuxMachine::group_room(const std::string& group) const {
-  const auto limit = number_of_file(group + "/memory.max");
-  const auto used = limit ? number_of_file(group + "/memory.current") : std::nullopt;
-  if (!limit || !used) return std::nullopt;
+std::optional<LinuxMachine::Room> LinuxMachine::group_room(const std::string& group,
+                                                           const GroupFiles& names) {
+  const auto limit = number_of_file(group + names.limit);
+  const bool limited = limit && *limit < kUnlimited;
+  const auto used = limited ? number_of_file(group + names.used) : std::nullopt;
+  if (!used) return std::nullopt;
   const auto details = files::read(group + "/memory.stat");
-  const auto cache = details ? number_after(*details, "inactive_file ") : std::nullopt;
+  const auto cache = details ? number_after(*details, names.cache) : std::nullopt;
   const std::uint64_t firm = *used - std::min(*used, cache.value_or(0));
   return Room{*limit - std::min(*limit, firm), *limit};
 }
 
-// Every group that bounds this process, its own first.
+// The room in every group that bounds this process, and on the machine.
 template <class Visit>
-void LinuxMachine::for_each_group(Visit visit) const {
+void LinuxMachine::for_each_room(Visit visit) const {
+  const auto look = [&](const std::optional<Room>& room) {
+    if (room) visit(*room);
+  };
+  look(machine_room());
   const auto membership = files::read(root_ + "/proc/self/cgroup");
-  const auto path = membership ? line_after(*membership, "0::/") : std::nullopt;
-  if (!path) return;
+  if (!membership) return;
   const std::string top = root_ + std::string(kGroups);
-  std::string group = top + "/" + std::string(*path);
-  while (group.size() > top.size()) {
-    visit(group);
-    group.resize(group.rfind('/'));
+  if (const auto path = line_after(*membership, kOfVersion2)) {
+    climb(top, *path, [&](const std::string& group) { look(group_room(group, kVersion2)); });
   }
-  visit(top);
+  for (const std::string_view line : text::split(*membership, '\n')) {
+    const auto fields = text::split(line, ':');  // "5:cpu,memory:/user/build"
+    if (fields.size() < 3 || !is_in_list("memory", fields[1])) continue;
+    climb(top + "/memory", fields[2],
+          [&](const std::string& group) { look(group_room(group, kVersion1)); });
+  }
 }
 
 int pressure_level() { return LinuxMachine("").pressure_level(); }
@@ -163,30 +186,5 @@ int active_cores() {
 }
 
 std::optional<std::uint64_t> available_memory() { return LinuxMachine("").available_memory(); }
-
-// /proc/PID/stat: "42 (name) S ...", where the name may hold anything; behind it come the
-// state and, as the twentieth field, the start in clock ticks since the machine's own.
-std::optional<double> start_time(pid_t pid) {
-  char text[1024];
-  const std::string path = "/proc/" + std::to_string(pid) + "/stat";
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  const ssize_t count = file.valid() ? ::read(file.get(), text, sizeof text) : -1;
-  if (count <= 0) return std::nullopt;
-  std::string_view fields(text, static_cast<std::size_t>(count));
-  const std::size_t name_end = fields.rfind(')');
-  if (name_end == std::string_view::npos || name_end + 2 >= fields.size()) return std::nullopt;
-  fields.remove_prefix(name_end + 2);
-  if (fields.front() == 'Z' || fields.front() == 'X') return std::nullopt;
-  for (int skipped = 0; skipped < 19; ++skipped) {
-    const std::size_t blank = fields.find(' ');
-    if (blank == std::string_view::npos) return std::nullopt;
-    fields.remove_prefix(blank + 1);
-  }
-  const auto ticks = number_in(fields);
-  const auto boot = boot_time();
-  if (!ticks || !boot) return std::nullopt;
-  const auto ticks_per_second = static_cast<double>(::sysconf(_SC_CLK_TCK));
-  return static_cast<double>(*boot) + static_cast<double>(*ticks) / ticks_per_second;
-}
 
 }  // namespace qv::platform

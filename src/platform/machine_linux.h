@@ -24,10 +24,15 @@ class LinuxMachine {
   };
 
   [[nodiscard]] std::optional<Room> machine_room() const;
-  [[nodiscard]] std::optional<Room> group_room(const std::string& group) const;
+  struct GroupFiles;
+  static const GroupFiles kVersion1;
+  static const GroupFiles kVersion2;
+
+  [[nodiscard]] static std::optional<Room> group_room(const std::string& group,
+                                                      const GroupFiles& names);
   [[nodiscard]] bool memory_is_scarce() const;
   template <class Visit>
-  void for_each_group(Visit visit) const;
+  void for_each_room(Visit visit) const;
 
   std::string root_;
 };

@@ -28,4 +28,10 @@ void expect_large_memory(std::size_t bytes) {
 #endif
 }
 
+void give_back_memory() {
+#ifdef __GLIBC__
+  ::malloc_trim(0);
+#endif
+}
+
 }  // namespace qv::platform

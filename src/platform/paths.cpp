@@ -12,6 +12,10 @@ std::string without_final_slashes(std::string path) {
   return path;
 }
 
+bool is_instance_name(std::string_view name) {
+  return name == "Quorvel" || name.starts_with("Quorvel-");
+}
+
 std::string home_directory() {
   const char* home = std::getenv("HOME");
   if (home != nullptr && *home == '/') return without_final_slashes(home);

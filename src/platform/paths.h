@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 // Where the system keeps a user's files. Paths are absolute, without a final slash.
 namespace qv::platform {
@@ -11,8 +12,11 @@ namespace qv::platform {
 // $HOME when it is an absolute path, else the user database's entry; empty when neither says.
 [[nodiscard]] std::string home_directory();
 
-// The user's application support directory; not created.
+// The directory that holds the folders of the app's instances; not created.
 [[nodiscard]] std::string application_support_directory();
+
+// Whether a folder there is an instance's.
+[[nodiscard]] bool is_instance_name(std::string_view name);
 
 // The user's folder for temporary files.
 [[nodiscard]] std::string temporary_directory();

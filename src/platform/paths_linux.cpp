@@ -1,16 +1,38 @@
+// The app's own folder on Linux may be where a Linux program's is or where the app's is on
+// macOS. Which of the two was made last says nothing: what decides is where an instance keeps
+// something. The ledger of builds does not count, as it is below ~/Library on every system.
+
+#include "platform/paths.h"
+
+#include <algorithm>
 #include <cstdlib>
 
 #include "base/files.h"
-#include "platform/paths.h"
 
 namespace qv::platform {
+
+namespace {
+
+bool holds_an_instance(const std::string& base) {
+  return std::ranges::any_of(files::names_in(base), [&](const std::string& folder) {
+    return is_instance_name(folder) &&
+           std::ranges::any_of(files::names_in(base + "/" + folder), [](const std::string& name) {
+             return name != "builds" && !name.starts_with('.');
+           });
+  });
+}
+
+}  // namespace
 
 std::string application_support_directory() {
   const char* data = std::getenv("XDG_DATA_HOME");
   if (data != nullptr && *data == '/') return without_final_slashes(data);
   const std::string home = home_directory();
   const std::string local = home + "/.local/share";
-  return files::is_directory(local) ? local : home + "/Library/Application Support";
+  const std::string library = home + "/Library/Application Support";
+  if (holds_an_instance(local)) return local;
+  if (holds_an_instance(library)) return library;
+  return files::is_directory(local) ? local : library;
 }
 
 std::string temporary_directory() {

@@ -18,7 +18,12 @@ class ProcessWatch {
   // of descriptors, allows no watch.
   [[nodiscard]] std::optional<bool> has_ended() const;
 
+  // Becomes readable, for poll, when the process ends; negative without a watch.
+  [[nodiscard]] int descriptor() const { return process_.get(); }
+
  private:
+  void keep_if_spare();
+
   Descriptor process_;
 };
 

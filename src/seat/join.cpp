@@ -5,10 +5,13 @@
 
 #include "seat/join.h"
 
+#include <cerrno>
+#include <cstring>
 #include <optional>
 #include <string_view>
 #include <utility>
 
+#include "base/files.h"
 #include "base/json.h"
 #include "bridge/complaints.h"
 #include "bridge/discovery.h"
@@ -94,14 +97,20 @@ ExitCode admitted(const Reply& reply, const std::string& socket, bool wantsJSON,
   const std::string& seat_file = runtime.env().agentSeatFile;
   std::string text = reply.response.message.value_or("");
   const auto secret = SeatSecret::in_message(text);
+  std::string failure;
   if (secret) {
-    SeatSecret::store(seat_file, *secret, socket);
+    if (!SeatSecret::store(seat_file, *secret, socket)) failure = std::strerror(errno);
     text += "\n\nStored that secret at " + seat_file +
             " (0600, readable only by you). "
             "Leave it there: it is what reconnects this agent after it restarts, "
             "with no fresh code needed.";
   }
   runtime.out(wantsJSON ? json::pretty(reply.json) : text);
+  // The seat is taken all the same, and the message has shown the secret.
+  if (!failure.empty()) {
+    runtime.err("qv join: the seat secret could not be stored at " + seat_file + ": " + failure +
+                ".");
+  }
   return ExitCode::ok;
 }
 
@@ -161,6 +170,7 @@ ExitCode join(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
   const Options options = parse_options(arguments, kNamed);
   if (const auto status = settled(options, "join", kHelp, runtime)) return *status;
   const CLIEnvironment& env = runtime.env();
+  files::remove_leftovers(files::directory_of(env.agentSeatFile));
   const Claim claim = claim_from(options, env.agentSeatFile);
   if (!claim.code && !claim.secret) {
     runtime.err(

@@ -19,7 +19,7 @@ struct Machine {
   std::string fingerprint;
   std::string handle;
   bool registered = false;
-  std::int64_t lastSeenRev = 0;
+  std::optional<std::int64_t> lastSeenRev;
   Bridges bridges;
 };
 
@@ -40,7 +40,7 @@ struct record::Schema<seat::Machine> {
                                             required("fingerprint", &Machine::fingerprint),
                                             required("handle", &Machine::handle),
                                             required("registered", &Machine::registered),
-                                            required("lastSeenRev", &Machine::lastSeenRev),
+                                            optional("lastSeenRev", &Machine::lastSeenRev),
                                             required("bridges", &Machine::bridges)};
 };
 
@@ -56,14 +56,18 @@ std::string_view seat_words(const SeatReport& report) {
                               : "(unknown — the board could not be asked just now)";
 }
 
+std::string cursor_words(const SeatReport& report) {
+  if (!report.lastSeenRev) return "unknown — this pane's record could not be read";
+  return "rev " + std::to_string(*report.lastSeenRev) + (report.hasCursor ? "" : " (unprimed)");
+}
+
 }  // namespace
 
 std::string as_prose(const SeatReport& report) {
   std::string out = "pane:    " + text::on_one_line(report.sessionID);
   if (!report.handle.empty()) out += "\nhandle:  " + text::on_one_line(report.handle);
   out += "\nseat:    " + text::on_one_line(std::string(seat_words(report)));
-  out += "\ncursor:  rev " + std::to_string(report.lastSeenRev);
-  if (!report.hasCursor) out += " (unprimed)";
+  out.append("\ncursor:  ").append(cursor_words(report));
   out.append("\nbridges: board ").append(state_word(report.boardUp));
   out.append(", notes ").append(state_word(report.notesUp));
   out.append(", vault ").append(state_word(report.vaultUp));

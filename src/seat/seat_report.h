@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace qv::seat {
@@ -11,7 +12,7 @@ struct SeatReport {
   std::string fingerprint;  // of its seat on the board; empty when none is known
   std::string handle;       // its short name on the board; may be empty
   bool boardAnswered = false;
-  std::int64_t lastSeenRev = 0;
+  std::optional<std::int64_t> lastSeenRev;  // absent when the pane's record could not be read
   bool hasCursor = false;
   bool boardUp = false;
   bool notesUp = false;

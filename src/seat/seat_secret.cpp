@@ -29,11 +29,11 @@ std::optional<std::string> read(const std::string& file) {
   return unless_blank(std::string_view(*content).substr(0, content->find('\n')));
 }
 
-void store(const std::string& file, std::string_view secret, std::string_view socket) {
-  files::make_private_directories(files::directory_of(file));
+bool store(const std::string& file, std::string_view secret, std::string_view socket) {
+  if (!files::make_private_directories(files::directory_of(file))) return false;
   std::string content(secret);
   content.append("\n").append(socket).append("\n");
-  static_cast<void>(files::replace(file, content));
+  return files::replace_synced(file, content);
 }
 
 }  // namespace qv::SeatSecret

@@ -16,7 +16,7 @@ namespace qv::SeatSecret {
 [[nodiscard]] std::optional<std::string> read(const std::string& file);
 
 // Puts a new file in the place of the old one, which may be a link and is never written
-// through. A file that cannot be written is passed over: the message has shown the secret.
-void store(const std::string& file, std::string_view secret, std::string_view socket);
+// through. False with errno set when it cannot be written.
+[[nodiscard]] bool store(const std::string& file, std::string_view secret, std::string_view socket);
 
 }  // namespace qv::SeatSecret

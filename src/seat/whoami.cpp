@@ -98,13 +98,14 @@ void learn(const TeamworkResponse& response, SeatReport& report, CLIRuntime& run
 
 SeatReport gather(CLIRuntime& runtime) {
   const CLIEnvironment& env = runtime.env();
-  const PaneState state = runtime.state().load();
+  const std::optional<PaneState> record = runtime.state().read();
+  const PaneState state = record.value_or(PaneState{});
   SeatReport report{
       .sessionID = env.sessionID,
       .fingerprint = state.fingerprint.value_or(""),
       .handle = state.handle.value_or(""),
       .boardAnswered = false,
-      .lastSeenRev = state.lastSeenRev,
+      .lastSeenRev = record ? std::optional(state.lastSeenRev) : std::nullopt,
       .hasCursor = state.hasCursor,
       .boardUp = is_up(env.collabSocket),
       .notesUp = is_up(env.notesSocket),
@@ -128,6 +129,7 @@ ExitCode whoami(const std::vector<std::string>& arguments, CLIRuntime& runtime) 
   const auto name = options.values.find("set");
   if (name != options.values.end()) return set_name(name->second, runtime);
 
+  runtime.state().remove_leftovers();
   const SeatReport report = gather(runtime);
   runtime.out(options.wantsJSON ? as_json(report) : as_prose(report));
   return ExitCode::ok;

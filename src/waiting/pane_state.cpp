@@ -3,6 +3,9 @@
 
 #include "waiting/pane_state.h"
 
+#include <algorithm>
+#include <cerrno>
+
 #include "base/files.h"
 #include "base/text.h"
 #include "platform/paths.h"
@@ -21,11 +24,13 @@ PaneStateStore::PaneStateStore(const std::string& sessionID, const std::string& 
   file_ = directory + "/" + name + ".json";
 }
 
-PaneState PaneStateStore::load() const {
-  if (!file_) return {};
+std::optional<PaneState> PaneStateStore::read() const {
+  if (!file_) return PaneState{};
   const auto content = files::read(*file_);
-  if (!content) return {};
-  return record::from_text<PaneState>(*content).value_or(PaneState{});
+  if (content) return record::from_text<PaneState>(*content).value_or(PaneState{});
+  constexpr int kNoRecordThere[] = {ENOENT, ENOTDIR, EINVAL, EFBIG};
+  if (std::ranges::find(kNoRecordThere, errno) == std::end(kNoRecordThere)) return std::nullopt;
+  return PaneState{};
 }
 
 void PaneStateStore::save(const PaneState& state) const {
@@ -35,10 +40,15 @@ void PaneStateStore::save(const PaneState& state) const {
 }
 
 void PaneStateStore::update(const std::function<void(PaneState&)>& change) const {
-  const PaneState before = load();
-  PaneState state = before;
+  const std::optional<PaneState> before = read();
+  if (!before) return;
+  PaneState state = *before;
   change(state);
   if (state != before) save(state);
+}
+
+void PaneStateStore::remove_leftovers() const {
+  if (file_) files::remove_leftovers(files::directory_of(*file_));
 }
 
 }  // namespace qv

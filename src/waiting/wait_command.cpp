@@ -13,6 +13,7 @@
 #include "bridge/transport.h"
 #include "cli/help_flag.h"
 #include "platform/clock.h"
+#include "platform/memory.h"
 #include "platform/parent.h"
 #include "waiting/wait_loop.h"
 
@@ -37,31 +38,47 @@ class RealWorld : public WaitWorld {
   }
 
   bool parent_has_gone() override { return platform::parent_has_gone(parent_); }
-  bool reader_has_gone() override { return write_failed_ || io::reader_has_gone(STDOUT_FILENO); }
+  bool reader_has_gone() override { return io::reader_has_gone(STDOUT_FILENO); }
   bool socket_exists() override { return files::exists(env_.collabSocket); }
 
-  std::optional<std::string> exchange(const TeamworkRequest& request) override {
+  std::optional<std::string> exchange(const TeamworkRequest& request, double seconds) override {
+    give_back_after_large_reply();
     TeamworkRequest addressed = request;
     addressed.token = bridge_token(env_.collabTokenFile, env_.collabTokenSeed);
     addressed.sessionID = env_.sessionID;
-    const auto reply = BridgeTransport::exchange(addressed, env_.collabSocket);
+    const auto reply =
+        BridgeTransport::exchange(addressed, env_.collabSocket, {.wholeExchangeSeconds = seconds});
+    reply_size_ = reply.size;
     if (reply) return std::string(reply.view());
     say_once_who_serves(reply);
     return std::nullopt;
   }
 
-  std::int64_t cursor() override { return runtime_.state().load().lastSeenRev; }
+  // Where the record could not be read, this wait began somewhere else, and what it has seen is
+  // not what the record has: it keeps its cursor to itself.
+  std::int64_t cursor() override {
+    const auto record = runtime_.state().read();
+    cursor_is_the_records_ = record.has_value();
+    return record.value_or(PaneState{}).lastSeenRev;
+  }
   void save_cursor(std::int64_t rev) override {
+    if (!cursor_is_the_records_) return;
     runtime_.state().update([rev](PaneState& state) {
       state.lastSeenRev = rev;
       state.hasCursor = true;
     });
   }
 
-  void out(std::string_view text) override { write_failed_ |= !runtime_.out(text); }
+  bool out(std::string_view text) override { return runtime_.out(text); }
   void err(std::string_view text) override { runtime_.err(text); }
 
  private:
+  // All that was made of the last reply is free by the time of the next exchange.
+  void give_back_after_large_reply() {
+    constexpr std::size_t kLarge = 1 << 20;
+    if (reply_size_ > kLarge) platform::give_back_memory();
+  }
+
   // A wait asks every second and would say so every second.
   void say_once_who_serves(const BridgeTransport::Outcome& outcome) {
     if (!outcome.foreign_user || std::exchange(said_who_serves_, true)) return;
@@ -71,8 +88,9 @@ class RealWorld : public WaitWorld {
   CLIRuntime& runtime_;
   const CLIEnvironment& env_;
   pid_t parent_;
-  bool write_failed_ = false;
+  bool cursor_is_the_records_ = true;
   bool said_who_serves_ = false;
+  std::size_t reply_size_ = 0;  // the last one's
 };
 
 }  // namespace

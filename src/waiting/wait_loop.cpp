@@ -12,6 +12,7 @@
 
 #include "board/reply_rendering.h"
 #include "board/response.h"
+#include "bridge/transport.h"
 #include "waiting/wait_output.h"
 
 namespace qv::waiting {
@@ -26,6 +27,8 @@ constexpr double kShortestHoldSeconds = 0.2;
 constexpr double kAppGoneSeconds = 60;
 constexpr double kRetrySeconds = 1.0;
 constexpr double kPollSpacingSeconds = 0.5;
+constexpr double kReplySeconds = BridgeTransport::Options{}.readTimeoutSeconds;
+constexpr double kGraceSeconds = 1;  // for an answer that is held until the deadline
 
 class Wait {
  public:
@@ -50,7 +53,8 @@ class Wait {
     if (world_.monotonic() - last_heartbeat_ >= kHeartbeatSeconds) heartbeat();
 
     const double started = world_.monotonic();
-    const auto bytes = world_.exchange(poll_request());
+    const TeamworkRequest request = poll_request();
+    const auto bytes = world_.exchange(request, patience(request.holdMs.value_or(0)));
     const auto reply = bytes ? json::parse(*bytes) : std::nullopt;
     TeamworkResponse response;
     if (!reply || !record::decode(*reply, response)) {
@@ -86,6 +90,12 @@ class Wait {
     return *deadline_ - world_.wall_clock();
   }
 
+  // Seconds that an exchange may take, of which the bridge holds its answer for a part.
+  double patience(std::int64_t hold_milliseconds) {
+    const double usual = static_cast<double>(hold_milliseconds) / 1000 + kReplySeconds;
+    return std::clamp(remaining() + kGraceSeconds, 0.0, usual);
+  }
+
   TeamworkRequest poll_request() {
     TeamworkRequest request;
     request.method = "poll_changes";
@@ -106,7 +116,7 @@ class Wait {
     request.waiting = true;
     request.standDown = options_.stand_down;
     request.status = options_.park_reason;
-    static_cast<void>(world_.exchange(request));  // the answer tells a wait nothing
+    static_cast<void>(world_.exchange(request, patience(0)));  // the answer tells a wait nothing
     last_heartbeat_ = world_.monotonic();
   }
 
@@ -125,15 +135,19 @@ class Wait {
   Result moved(const TeamworkChangeFeed& feed, const TeamworkResponse& response,
                json::Value reply) {
     cursor_ = feed.rev;
+    const bool quiet = feed.wakeReasons.empty() && !feed.goalComplete && !feed.changed;
+    // Saved last: a move that nobody could be told of is there for the next wait.
+    if (!quiet && !world_.out(told(feed, response, reply))) return ExitCode::unavailable;
     world_.save_cursor(cursor_);
-    if (feed.wakeReasons.empty() && !feed.goalComplete && !feed.changed) return std::nullopt;
-    if (!options_.follow) {
-      world_.out(options_.json ? json::pretty(reply)
-                               : board::render(response, {.method = "wait_for_changes"}));
-      return ExitCode::ok;
-    }
-    world_.out(options_.json ? json::compact(reply) : move_line(feed));
-    return feed.goalComplete ? Result(ExitCode::ok) : std::nullopt;
+    if (quiet || (options_.follow && !feed.goalComplete)) return std::nullopt;
+    return ExitCode::ok;
+  }
+
+  std::string told(const TeamworkChangeFeed& feed, const TeamworkResponse& response,
+                   json::Value reply) const {
+    if (options_.follow) return options_.json ? json::compact(reply) : move_line(feed);
+    return options_.json ? json::pretty(reply)
+                         : board::render(response, {.method = "wait_for_changes"});
   }
 
   ExitCode refused(const std::string& message) {
@@ -147,7 +161,7 @@ class Wait {
   ExitCode time_out() {
     const std::string text = timed_out(options_.timeout_seconds, cursor_);
     if (options_.follow) return end(Ending::timedOut, text);
-    if (!options_.json) world_.out(text);
+    if (!options_.json) say(text);
     return ExitCode::unchanged;
   }
 
@@ -156,9 +170,9 @@ class Wait {
     if (!options_.follow) {
       world_.err(text);
     } else if (options_.json) {
-      world_.out(ending_line(ending, text));
+      say(ending_line(ending, text));
     } else {
-      world_.out(text);
+      say(text);
     }
     switch (ending) {
       case Ending::timedOut: return ExitCode::unchanged;
@@ -166,6 +180,9 @@ class Wait {
       default: return ExitCode::unavailable;
     }
   }
+
+  // A last word: when it cannot be written, the process itself says so.
+  void say(std::string_view text) { static_cast<void>(world_.out(text)); }
 
   const WaitOptions& options_;
   WaitWorld& world_;

@@ -25,13 +25,14 @@ class WaitWorld {
   virtual bool reader_has_gone() = 0;  // nobody can read standard output any more
   virtual bool socket_exists() = 0;
 
-  // The board's answer; nothing when there is none.
-  virtual std::optional<std::string> exchange(const TeamworkRequest& request) = 0;
+  // The board's answer; nothing when it did not come whole within `seconds`.
+  virtual std::optional<std::string> exchange(const TeamworkRequest& request, double seconds) = 0;
 
   virtual std::int64_t cursor() = 0;
   virtual void save_cursor(std::int64_t rev) = 0;
 
-  virtual void out(std::string_view text) = 0;
+  // False when the text could not be written.
+  [[nodiscard]] virtual bool out(std::string_view text) = 0;
   virtual void err(std::string_view text) = 0;
 };
 

@@ -5,6 +5,7 @@ says. The variable is part of a build's key, so builds with the same script, too
 folder are the same build; what starts with QUORVEL_ is not.
 """
 import fcntl
+import glob
 import json
 import os
 import shutil
@@ -116,28 +117,27 @@ class World(unittest.TestCase):
             file.write("  pane\n\n")
 
     def start(self, script, tool="cargo", arguments=("build",), folder=None, env=None,
-              prepare=None, **options):
+              prepare=None, before=(), **options):
         """Starts a build of at most two cores; memory sets no limit."""
         environment = {"HOME": self.home, "PATH": os.environ["PATH"], "FAKE": script,
                        "QUORVEL_BUILD_MEMORY_OFF": "1", "QUORVEL_BUILD_CORES": "2", "QUORVEL_QV": QV,
                        "QUORVEL_BIN": self.bin, **(env or {})}
 
         path = tool if "/" in tool else f"{self.bin}/{tool}"
-        build = Build(self, [QV, "__build", path, *arguments], cwd=folder or self.repo,
+        build = Build(self, [*before, QV, "__build", path, *arguments], cwd=folder or self.repo,
                       env=environment, preexec_fn=prepare, **options)
         self.builds.append(build)
         return build
 
     def leases(self):
         found = {}
-        for name in os.listdir(self.ledger):
-            if name.endswith(".json"):
-                try:
-                    with open(f"{self.ledger}/{name}") as file:
-                        lease = json.load(file)
-                    found[lease["pid"]] = lease
-                except FileNotFoundError:
-                    pass  # gone between listing and opening
+        for path in glob.glob(glob.escape(self.ledger) + "/*.json"):
+            try:
+                with open(path) as file:
+                    lease = json.load(file)
+                found[lease["pid"]] = lease
+            except FileNotFoundError:
+                pass  # gone between listing and opening
         return found
 
     def logs(self):

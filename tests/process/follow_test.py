@@ -2,8 +2,11 @@
 import os
 import pty
 import resource
+import select
 import signal
 import struct
+import subprocess
+import sys
 
 import builds
 from builds import gate, until
@@ -11,6 +14,8 @@ from builds import gate, until
 FOLLOWS = ("the same build is already running in this folder, so this one shows its output "
            "instead of building twice\n")
 STOPPED = "that build was stopped before it finished, so this one is building for itself\n"
+GIVEN_UP = ("that build's output can no longer be followed, so this one is building for "
+            "itself\n")
 
 
 class Follow(builds.World):
@@ -47,6 +52,17 @@ class Follow(builds.World):
             self.assertFalse(build.said(FOLLOWS))
         with open(self.root + "/ran") as file:
             self.assertEqual(len(file.readlines()), 5)
+
+    def test_what_is_run_twice_runs_twice(self):
+        ours = [os.pipe() for _ in "AB"]
+        first = self.start_running("cat", tool="go", arguments=["run", "."], stdin=ours[0][0])
+        second = self.start_queued("cat", tool="go", arguments=["run", "."], stdin=ours[1][0])
+        for (read, write), text in zip(ours, (b"A", b"B")):
+            os.close(read)
+            os.write(write, text)
+        os.close(ours[1][1])
+        os.close(ours[0][1])
+        self.assertEqual((first.status(), first.out, second.status(), second.out), (0, b"A", 0, b"B"))
 
     def test_nobody_follows_to_a_terminal(self):
         script = gate("go") + "echo ran >>../ran"
@@ -142,14 +158,106 @@ class Follow(builds.World):
                           "a lease that nobody can follow")[leader.pid]
             self.assertTrue(lease["running"] and "log" not in lease)
             self.assertEqual(self.logs(), [])
+            until(lambda: follower.said(GIVEN_UP), "the end of the following")
             self.touch("on")
             self.assertEqual(leader.status(), 0)
         self.assertEqual(follower.status(), 0)
-        self.assertTrue(follower.said(STOPPED))
         self.assertTrue(follower.out.endswith(bytes(900_000) + b"end\n"))
+
+    def test_a_log_that_grows_too_large(self):
+        script = f"{gate('go')} head -c {257 << 20} /dev/zero; {gate('on')} exit 3"
+        leader, follower = (start(script, stdout=subprocess.DEVNULL)
+                            for start in (self.start_running, self.start_following))
+        self.touch("go")
+        until(lambda: follower.said(GIVEN_UP), "the end of the following")
+        self.assertNotIn("log", self.leases()[leader.pid])
+        self.assertEqual(self.logs(), [])
+        self.touch("on")
+        self.assertEqual((leader.status(), follower.status()), (3, 3))
 
 
 class Streams(builds.World):
+    def test_a_reader_that_stalls(self):
+        """Neither the tool nor a follower waits for it, and the build can be interrupted."""
+        script = gate("go") + "head -c 900000 /dev/urandom; echo end >&2; exit 3"
+        for number in (signal.SIGINT, None):
+            read, write = os.pipe()
+            leader = self.start_running(script, stdout=write)
+            os.close(write)
+            follower = self.start_following(script)
+            self.touch("go")
+            self.assertEqual(follower.status(), 3)
+            until(lambda: not self.leases(), "the end of the lease")
+            self.assert_ledger_is_clean()
+            self.assertIsNone(leader.process.poll())
+            if number:
+                leader.process.send_signal(number)
+                self.assertEqual(leader.status(), -number)
+            with open(read, "rb") as reader:
+                shown = reader.read()
+            if not number:
+                self.assertEqual((leader.status(), shown, leader.err), (3, follower.out, b"end\n"))
+            os.unlink(self.root + "/go")
+
+    def test_a_stalled_reader_of_a_build_without_a_log(self):
+        """What the log held comes first, and the tool waits for the reader."""
+        script = ("head -c 90000 /dev/zero; head -c 90000 /dev/zero | tr '\\0' 1; echo error >&2; "
+                  "head -c 900000 /dev/zero; touch ../ended")
+        read, write = os.pipe()
+        build = self.start_running(script, stdout=write, prepare=lambda: resource.setrlimit(
+            resource.RLIMIT_FSIZE, (100_000, resource.RLIM_INFINITY)))
+        os.close(write)
+        until(lambda: not self.logs(), "the end of the log")
+        self.assertFalse(os.path.exists(self.root + "/ended"))
+        with open(read, "rb") as reader:
+            self.assertEqual(reader.read(), bytes(90000) + b"1" * 90000 + bytes(900000))
+        self.assertEqual((build.status(), build.err), (0, b"error\n"))
+
+    def test_output_that_cannot_be_written(self):
+        if not os.path.exists("/dev/full"):
+            self.skipTest("no /dev/full")
+        said = b"quorvel: this build's output could not be written: No space left on device\n"
+        for status, cut_status in ((0, 1), (7, 7)):
+            script = f"{gate('go')} head -c 200000 /dev/zero; echo error >&2; exit {status}"
+            with open("/dev/full", "wb") as full:
+                leader = self.start_running(script, stdout=full)
+                cut = self.start_following(script, stdout=full)
+            whole = self.start_following(script)
+            self.touch("go")
+            self.assertEqual([build.status() for build in (leader, cut, whole)],
+                             [cut_status, cut_status, status])
+            self.assertEqual(len(whole.out), 200000)
+            for build in (leader, cut):
+                self.assertEqual(build.err.count(said), 1)
+                self.assertIn(b"error\n", build.err)
+            os.unlink(self.root + "/go")
+
+    def test_the_followers_of_a_build_that_is_cut_off(self):
+        """Its reader goes away while nothing is written; the tool notices when it writes."""
+        script = "echo begin; " + gate("go") + "echo end"
+        read, write = os.pipe()
+        leader = self.start_running(script, stdout=write)
+        os.close(write)
+        follower = self.start_following(script)
+        os.read(read, 10)
+        os.close(read)
+        until(lambda: follower.said(GIVEN_UP) and self.is_queued(follower), "a build of its own")
+        self.assertNotIn("log", self.leases()[leader.pid])
+        self.touch("go")
+        self.assertEqual(leader.status(), 128 + signal.SIGPIPE)
+        self.assertEqual((follower.status(), follower.out), (0, b"begin\nbegin\nend\n"))
+
+    def test_a_killed_coordinator_takes_its_tool_along(self):
+        if sys.platform != "linux":
+            self.skipTest("not there")
+        read, write = os.pipe()
+        build = self.start("echo ready; exec sleep 600", pass_fds=(write,))
+        os.close(write)
+        until(lambda: build.out == b"ready\n", "the tool")
+        build.process.kill()
+        until(lambda: select.select([read], [], [], 0)[0], "the end of the tool")
+        os.close(read)
+
     def test_a_reader_that_goes_away(self):
         read, write = os.pipe()
         build = self.start("yes", stdout=write)

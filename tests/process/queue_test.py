@@ -35,6 +35,20 @@ class Queue(builds.World):
         self.assertEqual(last.err.count(b"quorvel: "), 1, "told once, however long it waits")
         self.assertIn(b" 1 other build to finish first", self.builds[1].err)
 
+    def test_a_person_is_told_what_can_be_done(self):
+        self.start_running(gate("go"), folder=self.plain)
+        terminal, inner = os.openpty()
+        waiting = self.start_queued("true", folder=self.plain, stderr=inner)
+        os.close(inner)
+        said = ""
+        while said.count("\n") < 2:
+            said += os.read(terminal, 4096).decode()
+        os.close(terminal)
+        self.assertRegex(said, "1 other build to finish first.*\r\nquorvel: `qv __builds` shows the "
+                               "queue, and QUORVEL_BUILD_SLOT_OFF=1 builds without waiting\r\n$")
+        self.touch("go")
+        self.assertEqual(waiting.status(), 0)
+
     def test_the_focused_pane_goes_first(self):
         self.focus()
         self.assertEqual(self.order("abcde", focused="d"), list("dabce"))

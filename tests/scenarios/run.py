@@ -12,7 +12,7 @@ A scenario is a transcript. A case begins with what is typed and ends with the s
 
 `notes<` and `notes>` do the same for the notes bridge. A request is compared whole, without
 its envelope, which is checked against the pane's; "*" stands for any number. An answer may also be an action: `!close`,
-`!stall`, `!drip TEXT` (a byte at a time), `!raw BYTES` (a Python string literal, nothing
+`!stall`, `!late TEXT` (after a second), `!drip TEXT` (a byte at a time), `!raw BYTES` (a Python string literal, nothing
 added), `!early TEXT` (answered before the request is read), `!sized N` (a reply of N bytes).
 Cases of one file share a home, so what one leaves on disk the next one finds.
 """
@@ -109,6 +109,9 @@ class Server(threading.Thread):
         self.compare(expected, received)
         if answer == "!stall":
             time.sleep(3)
+        elif answer.startswith("!late "):
+            time.sleep(1)
+            connection.sendall(answer[6:].encode() + b"\n")
         elif answer.startswith("!drip "):
             for byte in answer[6:].encode() + b"\n":
                 connection.sendall(bytes([byte]))

@@ -1,16 +1,21 @@
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
 #include <cstring>
 #include <map>
+#include <thread>
 
 #include "base/descriptor.h"
+#include "base/io.h"
 #include "bridge/discovery.h"
 #include "bridge/token.h"
 #include "bridge/transport.h"
 #include "bridge/trust.h"
 #include "cli/environment.h"
+#include "platform/sockets.h"
 #include "support.h"
 #include "waiting/pane_state.h"
 
@@ -88,8 +93,8 @@ TEST(Environment, VariablesThenSeatThenSearch) {
       environment(base.path(), {{"QUORVEL_COLLAB_SOCKET", ""}, {"QUORVEL_MCP_TOKEN_FILE", "/t"}});
   EXPECT_EQ(told.collabSocket + told.collabTokenFile, "") << "present but empty: no search";
   EXPECT_EQ(told.notesTokenFile, "/t");
-  for (const auto* one_line : {"secret", "secret\n  \n"}) {
-    base.write("Quorvel/agent-seat", one_line);
+  for (const auto* no_socket : {"secret", "secret\n  \n", "secret\n/x/mcp-\xff.sock\n"}) {
+    base.write("Quorvel/agent-seat", no_socket);
     EXPECT_EQ(environment(base.path(), {}).collabSocket, base.file("Quorvel/teamwork-a.sock"));
   }
 }
@@ -111,6 +116,45 @@ TEST(Transport, PathsOf103BytesWorkAndNoLonger) {
   EXPECT_TRUE(BridgeTransport::is_live(fits));
   EXPECT_FALSE(BridgeTransport::is_live(fits + "s"));
   EXPECT_FALSE(BridgeTransport::is_live(""));
+}
+
+// A peer that answers in the end, though too late: an exchange that waits for it gets a reply.
+TEST(Transport, AWholeExchangeHasItsLimit) {
+  struct {
+    const char* what;
+    std::size_t request_bytes = 1;
+    int ahead_in_the_queue = 0;
+    std::string reply = "a\n";
+    int slowness = 1000;  // milliseconds before the request is read, and a tenth at each byte
+  } const kCases[] = {{"a late answer"},
+                      {"a request that is not taken", 4U << 20},
+                      {"a full queue", 1, 2},
+                      {"a reply that drips", 1, 0, "aaaaaaaaaaaaaaaaaaaaaa\n", 100}};
+  for (const auto& row : kCases) {
+    const ScratchDirectory directory;
+    const std::string path = directory.file("s");
+    const Descriptor listener = bound(path);
+    ::fcntl(listener.get(), F_SETFL, O_NONBLOCK);
+    for (int i = 0; i < row.ahead_in_the_queue; ++i) EXPECT_TRUE(BridgeTransport::is_live(path));
+    std::thread bridge([&] {
+      ::poll(nullptr, 0, row.slowness);
+      Descriptor peer;
+      for (int i = 0; i <= row.ahead_in_the_queue; ++i) {
+        pollfd waiting{listener.get(), POLLIN, 0};
+        ::poll(&waiting, 1, 500);
+        peer = Descriptor(::accept(listener.get(), nullptr, nullptr));
+      }
+      static_cast<void>(io::read_to_end(peer.get(), SIZE_MAX));
+      for (const char& byte : row.reply) {
+        if (::send(peer.get(), &byte, 1, platform::send_flags()) != 1) break;
+        ::poll(nullptr, 0, row.slowness / 10);
+      }
+    });
+    const std::string request(row.request_bytes, 'r');
+    EXPECT_FALSE(BridgeTransport::exchange(request, path, {.wholeExchangeSeconds = 0.2}))
+        << row.what;
+    bridge.join();
+  }
 }
 
 TEST(Trust, OurselvesRootAndWhoeverCalledSudo) {
@@ -178,6 +222,16 @@ TEST(PaneState, KeepsAWholeRecordOrTheDefault) {
   PaneStateStore("..__", socket).save(state);
   PaneStateStore("", socket).save(state);
   EXPECT_EQ(std::distance(fs::directory_iterator(home.file("cli-state")), {}), 1);
+}
+
+TEST(PaneState, DoesWithoutADirectoryOfAnotherUser) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root";
+  const ScratchDirectory home;
+  home.write("cli-state/P.json", R"({"lastSeenRev":7,"hasCursor":true})");
+  ASSERT_EQ(::chown(home.file("cli-state").c_str(), 12345, 0), 0);
+  EXPECT_EQ(PaneStateStore("P", home.file("board.sock")).load(), PaneState{});
+  PaneStateStore("P", home.file("board.sock")).save({});
+  EXPECT_EQ(home.read("cli-state/P.json"), R"({"lastSeenRev":7,"hasCursor":true})");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "build/job_knobs.h"
+#include "builds/job_knobs.h"
 
 #include <gtest/gtest.h>
 
@@ -90,6 +90,13 @@ TEST(BuildJobKnobs, KnowTheTools) {
     for (const std::string& pair : as_strings(environment)) arguments.push_back(pair);
     EXPECT_EQ(text::joined(arguments, " "), row.told) << what;
   }
+}
+
+TEST(BuildJobKnobs, KnowWhatIsRunTwiceWhenAskedTwice) {
+  EXPECT_TRUE(runs_its_result("cargo", {"+nightly", "-v", "r"}) &&
+              runs_its_result("swift", {"run"}) && runs_its_result("go", {"run", "."}));
+  EXPECT_FALSE(runs_its_result("cargo", {"build", "run"}) || runs_its_result("go", {"r"}) ||
+               runs_its_result("swift", {"test"}) || runs_its_result("xcodebuild", {"run"}));
 }
 
 TEST(BuildJobKnobs, InsertAtTheEndOfAShorterList) {

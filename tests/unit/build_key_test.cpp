@@ -1,6 +1,6 @@
 // The state of a folder and the key, against real repositories.
 
-#include "build/key.h"
+#include "builds/key.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -9,7 +9,7 @@
 #include <csignal>
 
 #include "base/process.h"
-#include "build/folder_state.h"
+#include "builds/folder_state.h"
 #include "support.h"
 
 namespace qv::build {
@@ -63,6 +63,18 @@ TEST_F(FolderState, ListsEveryChange) {
             "\n5ea2ed416fbd4a4cbe227b75fe255dd7fa6bd4d6 sub/b.txt");
   scratch_.write("repo/sub/b.txt", "changeD\n");
   EXPECT_NE(changes(), actual) << "one byte";
+}
+
+TEST_F(FolderState, BelievesNoMonitor) {
+  const std::string hook = scratch_.file("monitor");
+  scratch_.write("monitor", "#!/bin/sh\ntouch '" + hook + ".ran'\nprintf 'token\\0'\n");
+  ::chmod(hook.c_str(), 0700);
+  git("config core.fsmonitor '" + hook + "'");
+  git("update-index --fsmonitor && git -C '" + repo_ + "' status --porcelain >/dev/null");
+  EXPECT_TRUE(std::filesystem::remove(hook + ".ran")) << "the monitor works";
+  scratch_.write("repo/a.txt", "changed\n");
+  EXPECT_NE(changes(), "");
+  EXPECT_FALSE(std::filesystem::exists(hook + ".ran"));
 }
 
 TEST_F(FolderState, IsExactOrAbsent) {
@@ -124,18 +136,19 @@ TEST_F(FolderState, BelievesNoFailureAndNoEndlessOutput) {
 }
 
 TEST(BuildKey, HashesWhatMattersAndNothingElse) {
-  const std::string tool = "/usr/bin/cargo", folder = "/a", state = "head 1";
-  const Arguments arguments = {"build", "--all"};
-  const Environment environment = {{"A", "1"}, {"RUSTFLAGS", "-g"}, {"TERM_PROGRAM", "x"}};
-  const std::string key = BuildKey{tool, folder, state, arguments, environment}.digest();
+  const BuildCommand command{"/usr/bin/cargo",
+                             "cargo",
+                             {"build", "--all"},
+                             {{"A", "1"}, {"RUSTFLAGS", "-g"}, {"TERM_PROGRAM", "x"}}};
+  const std::string key = build_key(command, "/a", "head 1");
   // The SHA-256 of: quorvel-build-key-v1, /usr/bin/cargo, /a, head 1, 2, build, --all, A, 1,
   // RUSTFLAGS and -g, each followed by a zero byte.
   EXPECT_EQ(key, "d53c4f1ef8eb3fce10b90ad48636cd5f39fa9868a64aa9d44849a5c83ec4263d");
 
   const auto with = [&](const char* name, const char* value) {
-    Environment changed = environment;
-    changed[name] = value;
-    return BuildKey{tool, folder, state, arguments, changed}.digest();
+    BuildCommand changed = command;
+    changed.environment[name] = value;
+    return build_key(changed, "/a", "head 1");
   };
   for (const char* name : {"QUORVEL_SESSION_ID", "TERM_PROGRAM", "_ANY", "USERNAME", "PAGERS",
                            "LESSOPEN", "Apple_X", "SSH_TTY", "GIT_ASKPASS_X"}) {
@@ -144,13 +157,15 @@ TEST(BuildKey, HashesWhatMattersAndNothingElse) {
   for (const char* name : {"RUSTFLAGS", "apple_x", "MYTERM", "GIT_EDITOR", "PATH", "HOME"}) {
     EXPECT_NE(with(name, "other"), key) << name;
   }
-  const std::string bare = "cargo", elsewhere = "/b", edited = "head 2";
-  const Arguments joined = {"build--all"}, empty_added = {"build", "--all", ""};
-  EXPECT_NE((BuildKey{bare, folder, state, arguments, environment}.digest()), key);
-  EXPECT_NE((BuildKey{tool, elsewhere, state, arguments, environment}.digest()), key);
-  EXPECT_NE((BuildKey{tool, folder, edited, arguments, environment}.digest()), key);
-  EXPECT_NE((BuildKey{tool, folder, state, joined, environment}.digest()), key);
-  EXPECT_NE((BuildKey{tool, folder, state, empty_added, environment}.digest()), key);
+  BuildCommand bare = command, joined = command, empty_added = command;
+  bare.tool_path = "cargo";
+  joined.arguments = {"build--all"};
+  empty_added.arguments.emplace_back("");
+  for (const BuildCommand& other : {bare, joined, empty_added}) {
+    EXPECT_NE(build_key(other, "/a", "head 1"), key);
+  }
+  EXPECT_NE(build_key(command, "/b", "head 1"), key);
+  EXPECT_NE(build_key(command, "/a", "head 2"), key);
 }
 
 }  // namespace

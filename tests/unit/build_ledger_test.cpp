@@ -1,8 +1,9 @@
 // What a reader of the ledger keeps, what it removes, and what it must never touch.
 
-#include "build/ledger.h"
+#include "builds/ledger_folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,7 +12,8 @@
 #include <set>
 
 #include "base/files.h"
-#include "platform/machine.h"
+#include "builds/tenure.h"
+#include "platform/process.h"
 #include "support.h"
 
 namespace qv::build {
@@ -53,7 +55,7 @@ class Ledger : public testing::Test {
  protected:
   ScratchDirectory scratch_;
   std::string dir_ = scratch_.file("a/builds");
-  std::shared_ptr<BuildLedger> ledger_ = BuildLedger::open(dir_);
+  std::shared_ptr<LedgerFolder> ledger_ = LedgerFolder::open(dir_);
 
   void put(const std::string& name, const std::string& bytes) {
     scratch_.write("a/builds/" + name, bytes);
@@ -62,9 +64,14 @@ class Ledger : public testing::Test {
   [[nodiscard]] bool has(const std::string& name) const {
     return std::filesystem::exists(std::filesystem::symlink_status(dir_ + "/" + name));
   }
+  [[nodiscard]] std::vector<BuildLease> leases() const {
+    std::vector<BuildLease> found;
+    for (const LiveLease& one : ledger_->read_live(0)) found.push_back(one.lease);
+    return found;
+  }
   [[nodiscard]] std::set<pid_t> live() const {
     std::set<pid_t> pids;
-    for (const BuildLease& lease : ledger_->read_live()) pids.insert(lease.pid);
+    for (const BuildLease& lease : leases()) pids.insert(lease.pid);
     return pids;
   }
 };
@@ -81,12 +88,12 @@ TEST_F(Ledger, IsPrivateOrNone) {
 
   for (const char* folder : {"a/builds", "a/builds/logs"}) {
     ::chmod((scratch_.file(folder)).c_str(), 0722);
-    EXPECT_EQ(BuildLedger::open(dir_), nullptr) << folder << " is writable by others";
+    EXPECT_EQ(LedgerFolder::open(dir_), nullptr) << folder << " is writable by others";
     ::chmod((scratch_.file(folder)).c_str(), 0755);
-    EXPECT_NE(BuildLedger::open(dir_), nullptr) << folder << " is readable by others";
+    EXPECT_NE(LedgerFolder::open(dir_), nullptr) << folder << " is readable by others";
   }
   scratch_.write("file", "");
-  EXPECT_EQ(BuildLedger::open(scratch_.file("file/builds")), nullptr);
+  EXPECT_EQ(LedgerFolder::open(scratch_.file("file/builds")), nullptr);
 }
 
 TEST_F(Ledger, WritesLeasesWhole) {
@@ -96,7 +103,7 @@ TEST_F(Ledger, WritesLeasesWhole) {
   const std::string path = ledger_->lease_path(lease.pid);
   EXPECT_EQ(path, dir_ + "/" + std::to_string(::getpid()) + ".json");
   ledger_->write(lease);
-  EXPECT_EQ(ledger_->read_live(), std::vector{lease});
+  EXPECT_EQ(leases(), std::vector{lease});
   struct stat first {};
   ASSERT_EQ(::stat(path.c_str(), &first), 0);
   EXPECT_EQ(first.st_mode & 0777U, 0600U);
@@ -110,13 +117,13 @@ TEST_F(Ledger, WritesLeasesWhole) {
   EXPECT_EQ(inode(), first.st_ino) << "nothing new, not written again";
   lease.reason = "memory";
   ledger_->write(lease);
-  EXPECT_EQ(ledger_->read_live(), std::vector{lease});
+  EXPECT_EQ(leases(), std::vector{lease});
   put(std::string(files::name_of(path)), "spoilt");
   ledger_->write(lease);
-  EXPECT_EQ(ledger_->read_live(), std::vector{lease}) << "written again over another's bytes";
+  EXPECT_EQ(leases(), std::vector{lease}) << "written again over another's bytes";
   ledger_->remove(lease.pid);
   ledger_->write(lease);
-  EXPECT_EQ(ledger_->read_live(), std::vector{lease}) << "written again when it is gone";
+  EXPECT_EQ(leases(), std::vector{lease}) << "written again when it is gone";
 }
 
 TEST_F(Ledger, DropsWhatNobodyOwns) {
@@ -162,10 +169,46 @@ TEST_F(Ledger, KnowsAnUnchangedLeaseAndNoticesAChange) {
     lease.jobs = jobs;
     ASSERT_TRUE(files::replace(path, record::to_text(lease)));
     for (int reading = 0; reading < 3; ++reading) {
-      ASSERT_EQ(ledger_->read_live(), std::vector{lease});
+      ASSERT_EQ(leases(), std::vector{lease});
       ::usleep(30'000);  // beyond the grain of file times, where a state is remembered
     }
   }
+}
+
+TEST_F(Ledger, ConcludesNothingFromAShortage) {
+  const Child child(Child::living), late(Child::living);
+  put("1.json", lease_of(child.pid()));
+  ASSERT_EQ(live(), std::set{child.pid()});
+  const int next = ::dup(0);
+  ::close(next);
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const auto leave = [&](int descriptors) {
+    const rlimit tight{static_cast<rlim_t>(descriptors), before.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &tight);
+  };
+  leave(next);
+  EXPECT_EQ(live(), std::set{child.pid()}) << "no listing";
+  EXPECT_EQ(platform::look_at_process(child.pid()).found, platform::ProcessLook::unknown);
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  put(std::to_string(late.pid()) + ".json", lease_of(late.pid()));
+  EXPECT_EQ(live(), (std::set{child.pid(), late.pid()}));
+  EXPECT_TRUE(has("1.json"));
+}
+
+TEST(Tenure, IsJudgedByTheMark) {
+  const platform::Boot boot{"boot", 100, "7"};
+  const auto judged = [&](const char* mark) {
+    double time = 0;
+    const Tenure whose = judge_mark(mark, boot, time);
+    return std::to_string(static_cast<int>(whose)) + " " + std::to_string(static_cast<int>(time));
+  };
+  EXPECT_EQ(mark_of(boot), "boot 7 100");
+  EXPECT_EQ(judged("boot 7 90"), "0 90");
+  for (const char* past : {"", "other 7 100", "boot 7 x", "boot 7", "boot 7 1 1"}) {
+    EXPECT_EQ(judged(past), "1 0") << past;
+  }
+  EXPECT_EQ(judged("boot 8 100"), "2 0");
 }
 
 TEST_F(Ledger, StaysInsideItself) {

@@ -1,7 +1,7 @@
 // Frames through the writer and the parser, in pieces of every size, and logs that no
 // writer made.
 
-#include "build/log.h"
+#include "builds/log.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

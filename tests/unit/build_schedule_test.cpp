@@ -1,7 +1,7 @@
 // The scheduling rules as one table: a machine, the other builds, this build, and what
 // it is told to do.
 
-#include "build/schedule.h"
+#include "builds/schedule.h"
 
 #include <gtest/gtest.h>
 
@@ -10,22 +10,21 @@
 namespace qv::build {
 namespace {
 
-using std::chrono::seconds;
-constexpr std::chrono::steady_clock::time_point kNow{seconds(10'000)};
+constexpr double kNow = 10'000;
 constexpr double kMine = 100;  // when this build was queued
 
-BuildLease running(std::int64_t jobs) {
-  BuildLease lease;
-  lease.running = true;
-  lease.jobs = jobs;
-  return lease;
+LiveLease running(std::int64_t jobs, double minutes = 0, bool stopped = false) {
+  LiveLease found{{}, minutes * 60, stopped};
+  found.lease.running = true;
+  found.lease.jobs = jobs;
+  return found;
 }
 
-BuildLease queued(double at, bool focused = false) {
-  BuildLease lease;
-  lease.queuedAt = at;
-  lease.focused = focused;
-  return lease;
+LiveLease queued(double at, bool focused = false, bool stopped = false) {
+  LiveLease found{{}, 0, stopped};
+  found.lease.queuedAt = at;
+  found.lease.focused = focused;
+  return found;
 }
 
 BuildDecision unrestricted() { return Run{}; }
@@ -49,15 +48,15 @@ struct Row {
   const char* what;
   BuildMemory memory;
   Self self;
-  std::vector<BuildLease> others;
+  std::vector<LiveLease> others;
   BuildDecision expected;
 };
 
 TEST(BuildSchedule, DecidesByTheRules) {
   BuildMemory unknown_memory = machine(10);
   unknown_memory.available.reset();
-  const BuildLease earlier = queued(99), same = queued(100), later = queued(101);
-  const BuildLease earlier_focused = queued(99, true), later_focused = queued(101, true);
+  const LiveLease earlier = queued(99), same = queued(100), later = queued(101);
+  const LiveLease earlier_focused = queued(99, true), later_focused = queued(101, true);
   const Row rows[] = {
       {"idle", machine(10), kPlain, {}, unrestricted()},
       {"idle, memory unknown", unknown_memory, kPlain, {}, unrestricted()},
@@ -115,9 +114,31 @@ TEST(BuildSchedule, DecidesByTheRules) {
       {"second, 3.5 GiB, debug", machine(8, 1, 3.5), kPlain, {running(1)}, jobs(1)},
       {"second, the reserve only", machine(8, 1, 1), kPlain, {running(1)}, hold(1)},
       {"waiting comes before holding", machine(8, 1, 1), kPlain, {running(11)}, wait(1)},
+
+      {"not yet at a standstill", machine(2), kPlain, {running(2, 9.9)}, wait(1)},
+      {"at a standstill", machine(2), kPlain, {running(2, 10)}, jobs(2)},
+      {"bounded by cores", machine(1), kPlain, {running(2, 10)}, jobs(1)},
+      {"bounded by memory", machine(2, 1, 3), kPlain, {running(2, 10)}, jobs(1)},
+      {"it would start anyway", machine(8), kPlain, {running(2, 10)}, unrestricted()},
+      {"more cores for the focused", machine(8), kFocused, {running(8, 10)}, unrestricted()},
+      {"another one moves", machine(2), kPlain, {running(2, 99), running(2)}, wait(2)},
+      {"the lent budget is spent", machine(8), kPlain, {running(9, 99), running(11)}, wait(2)},
+      {"the order stays", machine(2), kPlain, {running(2, 99), earlier}, wait(2)},
+      {"memory is not lent yet", machine(8, 2), kPlain, {running(2, 19.9)}, hold(1)},
+      {"memory is lent", machine(8, 2), kPlain, {running(2, 20)}, jobs(1)},
+      {"memory is lent, off", ungoverned(8, 2), kPlain, {running(2, 20)}, jobs(1)},
+      {"to the first only", machine(8, 2), kPlain, {running(2, 20), earlier}, hold(2)},
+      {"another has memory", machine(8, 2), kPlain, {running(2, 20), running(1, 19)}, hold(2)},
+      {"no memory, not lent", machine(8, 1, 1), kPlain, {running(2, 10)}, hold(1)},
+      {"no memory, lent", machine(8, 1, 1), kPlain, {running(2, 20)}, jobs(1)},
+      {"critical is not lent", machine(8, 4), kPlain, {running(2, 99)}, critical(1)},
+      {"critical is not lent, off", ungoverned(8, 4), kPlain, {running(2, 99)}, critical(1)},
+      {"one that is stopped", machine(2), kPlain, {running(2, 0, true)}, unrestricted()},
+      {"stopped in the queue", machine(2), kPlain, {queued(99, true, true)}, unrestricted()},
+      {"stopped, memory", machine(8, 2), kPlain, {running(2, 0, true)}, hold(1)},
   };
   for (const Row& row : rows) {
-    const BuildLease own = queued(kMine, row.self == kFocused);
+    const BuildLease own = queued(kMine, row.self == kFocused).lease;
     HoldTimer timer;
     const auto plan = BuildPlan::of(own, row.others, row.self == kRelease);
     EXPECT_EQ(BuildSchedule::decide(plan, row.memory, timer, kNow), row.expected) << row.what;
@@ -129,7 +150,7 @@ TEST(BuildSchedule, CriticalPressureHoldsTenMinutes) {
   HoldTimer timer;
   const auto at = [&](int second, int pressure, bool governed = true) {
     const BuildMemory memory{pressure, 16, gib(256), governed};
-    return BuildSchedule::decide(BuildPlan{}, memory, timer, kNow + seconds(second));
+    return BuildSchedule::decide(BuildPlan{}, memory, timer, kNow + second);
   };
   EXPECT_EQ(at(0, 4), critical(0));
   EXPECT_EQ(at(599, 4), critical(0));
@@ -143,7 +164,7 @@ TEST(BuildSchedule, CriticalPressureHoldsTenMinutes) {
 
 TEST(BuildSchedule, ImpossibleSumsAreFatal) {
   const auto huge = std::numeric_limits<std::int64_t>::max();
-  EXPECT_DEATH((void)BuildPlan::of(queued(1), {running(huge), running(1)}, false), "");
+  EXPECT_DEATH((void)BuildPlan::of(queued(1).lease, {running(huge), running(1)}, false), "");
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "platform/machine.h"
+#include "platform/process.h"
 #include "support.h"
 
 namespace qv::platform {
@@ -77,6 +78,15 @@ TEST(LinuxMachine, ObeysEveryGroupAboveIt) {
   EXPECT_EQ(fake.machine().pressure_level(), 4) << "less than a twentieth of the group's";
   fake.group("/user/build", std::to_string(10 * kMiB), 20, 0);
   EXPECT_EQ(fake.machine().available_memory(), 0U) << "over its limit";
+
+  const Fake older;  // with version 1
+  older.memory(800);
+  older.root.write("proc/self/cgroup", "5:cpu,memory:/user/build\n4:cpu:/x\n0::/\n");
+  const std::string memory = "sys/fs/cgroup/memory/user/memory.";
+  older.root.write(memory + "limit_in_bytes", std::to_string(500 * kMiB) + "\n");
+  older.root.write(memory + "usage_in_bytes", std::to_string(400 * kMiB) + "\n");
+  older.root.write(memory + "stat", "total_inactive_file " + std::to_string(100 * kMiB) + "\n");
+  EXPECT_EQ(older.machine().available_memory(), 200 * kMiB);
 
   EXPECT_EQ(fake.machine().cores_within_quota(8), 8);
   fake.root.write("sys/fs/cgroup/user/build/cpu.max", "max 100000\n");

@@ -45,7 +45,7 @@ TEST(SeatSecret, IsStoredForItsOwnerAlone) {
   const ScratchDirectory home;
   const std::string file = home.file("a/b/agent-seat");
   const mode_t before = ::umask(0);
-  SeatSecret::store(file, "abc", "/x/mcp-1.sock");
+  EXPECT_TRUE(SeatSecret::store(file, "abc", "/x/mcp-1.sock"));
   ::umask(before);
   EXPECT_EQ(home.read("a/b/agent-seat"), "abc\n/x/mcp-1.sock\n");
   EXPECT_EQ(fs::status(file).permissions(), fs::perms(0600));
@@ -54,17 +54,19 @@ TEST(SeatSecret, IsStoredForItsOwnerAlone) {
   const std::string target = home.write("target", "theirs");
   fs::remove(file);
   fs::create_symlink(target, file);
-  SeatSecret::store(file, "def", "/x/mcp-1.sock");
+  EXPECT_TRUE(SeatSecret::store(file, "def", "/x/mcp-1.sock"));
   EXPECT_EQ(home.read("target"), "theirs");
   EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(file)));
 
   fs::permissions(file, fs::perms(0666));
-  SeatSecret::store(file, "ghi", "/x/mcp-1.sock");
+  EXPECT_TRUE(SeatSecret::store(file, "ghi", "/x/mcp-1.sock"));
   EXPECT_EQ(SeatSecret::read(file), "ghi");
   EXPECT_EQ(fs::status(file).permissions(), fs::perms(0600));
 
-  SeatSecret::store(home.file("target/agent-seat"), "abc", "");
-  SeatSecret::store(home.file("a/b"), "abc", "");
+  for (const auto& [name, error] : {std::pair("target/agent-seat", ENOTDIR), {"a/b", EISDIR}}) {
+    EXPECT_FALSE(SeatSecret::store(home.file(name), "abc", "")) << name;
+    EXPECT_EQ(errno, error) << name;
+  }
   EXPECT_EQ(std::distance(fs::recursive_directory_iterator(home.path()), {}), 4)
       << "two directories, the secret and the target, and nothing left behind";
 }

@@ -25,6 +25,8 @@ class ScriptedWorld : public WaitWorld {
   bool parent_gone = false;
   bool reader_gone = false;
   bool socket = true;
+  bool output_full = false;
+  std::vector<double> patience;  // of every exchange, in seconds
   std::vector<std::string> journal;
 
   double monotonic() override { return now_; }
@@ -33,7 +35,8 @@ class ScriptedWorld : public WaitWorld {
   bool parent_has_gone() override { return parent_gone; }
   bool reader_has_gone() override { return reader_gone; }
   bool socket_exists() override { return socket; }
-  std::optional<std::string> exchange(const TeamworkRequest& request) override {
+  std::optional<std::string> exchange(const TeamworkRequest& request, double seconds) override {
+    patience.push_back(seconds);
     if (request.method == "heartbeat") {
       note("heartbeat@" + tenths(now_) + (*request.standDown ? " down" : "") +
            (request.status ? " " + *request.status : ""));
@@ -56,7 +59,10 @@ class ScriptedWorld : public WaitWorld {
   }
   std::int64_t cursor() override { return stored_cursor; }
   void save_cursor(std::int64_t rev) override { note("save " + std::to_string(rev)); }
-  void out(std::string_view text) override { note("out " + std::string(text)); }
+  bool out(std::string_view text) override {
+    note("out " + std::string(text));
+    return !output_full;
+  }
   void err(std::string_view text) override { note("err " + std::string(text.substr(0, 24))); }
 
   void advance(double seconds) { now_ += seconds; }
@@ -90,7 +96,7 @@ TEST(Wait, HoldsUntilTheNextHeartbeatAndPacesItself) {
       world.journal,
       (Journal{"heartbeat@100.0 down r", "poll@100.0 since 5 hold 20000", "save 6",
                "heartbeat@120.0 down r", "poll@120.0 since 6 hold 20000", "save 6", "sleep 0.4",
-               "poll@120.5 since 6 hold 19500", "save 7", "out Board moved to rev 7."}));
+               "poll@120.5 since 6 hold 19500", "out Board moved to rev 7.", "save 7"}));
 }
 
 TEST(Wait, AFreshPanePollsWithoutAHoldAndPrimesItsCursor) {
@@ -116,7 +122,7 @@ TEST(Wait, RetriesWhatIsNoAnswerAndKeepsItsCursor) {
       (Journal{"heartbeat@100.0", "poll@140.0 since -3 hold none", "sleep 1.0", "heartbeat@181.0",
                "poll@221.0 since -3 hold none", "sleep 1.0", "poll@222.0 since -3 hold none",
                "sleep 0.5", "poll@222.5 since -3 hold none", "poll@224.5 since -3 hold none",
-               "save -9", "out rev -9", "sleep 0.5", "poll@225.0 since -9 hold none", "sleep 1.0",
+               "out rev -9", "save -9", "sleep 0.5", "poll@225.0 since -9 hold none", "sleep 1.0",
                "out " + std::string(kOrphaned)}));
 }
 
@@ -185,8 +191,8 @@ TEST(Wait, ADeadlineIsOnTheWallClockAndHeartbeatsAreNot) {
   slept.polls = {{feed(6, kQuiet), 3600}, {feed(7, kMoved), 1}};
   EXPECT_EQ(wait({.json = false}, slept), ExitCode::ok);
   EXPECT_EQ(slept.journal, (Journal{"heartbeat@100.0", "poll@100.0 since 5 hold 20000", "save 6",
-                                    "heartbeat@3700.0", "poll@3700.0 since 6 hold 20000", "save 7",
-                                    "out Board moved to rev 7."}));
+                                    "heartbeat@3700.0", "poll@3700.0 since 6 hold 20000",
+                                    "out Board moved to rev 7.", "save 7"}));
 }
 
 TEST(Wait, WhatTheBoardSaysEndsIt) {
@@ -194,25 +200,51 @@ TEST(Wait, WhatTheBoardSaysEndsIt) {
     std::string reply;
     bool follow;
     ExitCode expected;
-    std::string last;
+    Journal end;
+    bool output_full = false;
   } const kCases[] = {
-      {R"({"kind":"gated"})", true, ExitCode::refused, "out qv wait: the board ended this wait."},
-      {R"({"kind":"error","message":"no"})", false, ExitCode::refused, "err no"},
-      {R"({"kind":"gated","message":"caller is not attributable to a live pane"})", true,
-       ExitCode::unavailable, "out " + std::string(kOrphaned)},
-      {R"({"kind":"empty"})", true, ExitCode::unavailable,
-       "out qv wait: this terminal is not in a Thread."},
-      {feed(9, R"("changed":false,"goalComplete":true)"), true, ExitCode::ok,
-       "out rev 9 · THE GOAL IS COMPLETE"},
-      {feed(9, kQuiet + R"(,"wakeReasons":[{"kind":"assigned"}])"), false, ExitCode::ok,
-       "out Nothing changed (rev 9)."},
+      {R"({"kind":"gated"})", true, ExitCode::refused, {"out qv wait: the board ended this wait."}},
+      {R"({"kind":"error","message":"no"})", false, ExitCode::refused, {"err no"}},
+      {R"({"kind":"gated","message":"caller is not attributable to a live pane"})",
+       true,
+       ExitCode::unavailable,
+       {"out " + std::string(kOrphaned)}},
+      {R"({"kind":"empty"})",
+       true,
+       ExitCode::unavailable,
+       {"out qv wait: this terminal is not in a Thread."}},
+      {feed(9, R"("changed":false,"goalComplete":true)"),
+       true,
+       ExitCode::ok,
+       {"out rev 9 · THE GOAL IS COMPLETE", "save 9"}},
+      {feed(9, kQuiet + R"(,"wakeReasons":[{"kind":"assigned"}])"),
+       false,
+       ExitCode::ok,
+       {"out Nothing changed (rev 9).", "save 9"}},
+      {feed(9, kMoved), false, ExitCode::unavailable, {"out Board moved to rev 9."}, true},
+      {feed(9, kMoved), true, ExitCode::unavailable, {"out rev 9"}, true},
   };
   for (const auto& row : kCases) {
     ScriptedWorld world;
     world.polls = {{row.reply, 0}};
+    world.output_full = row.output_full;
     EXPECT_EQ(wait({.follow = row.follow}, world), row.expected) << row.reply;
-    EXPECT_EQ(world.journal.back(), row.last) << row.reply;
+    EXPECT_EQ(Journal(world.journal.begin() + 2, world.journal.end()), row.end) << row.reply;
   }
+}
+
+TEST(Wait, NoExchangeOutlastsItsTime) {
+  ScriptedWorld patient;
+  patient.stored_cursor = 0;
+  patient.polls = {{feed(6, kQuiet), 10}};
+  EXPECT_EQ(wait({}, patient), ExitCode::unavailable);
+  EXPECT_EQ(patient.patience, (std::vector<double>{40, 40, 10 + 40}));
+
+  ScriptedWorld hurried;
+  hurried.polls = {{feed(6, kQuiet), 20}, {}};
+  hurried.heartbeat_takes = 20;
+  EXPECT_EQ(wait({.timeout_seconds = 41}, hurried), ExitCode::unchanged);
+  EXPECT_EQ(hurried.patience, (std::vector<double>{40, 22, 2, 0}));
 }
 
 TEST(Wait, AMoveOnOneLine) {
