@@ -198,8 +198,8 @@ void World::arrive(Build* parent) {
   build.release = random.chance(0.2);
   build.keyed = random.chance(0.7);
   build.key_seconds = random.chance(0.1) ? random.between(1, 4) : random.between(0, 0.3);
-  build.tool_seconds = random.chance(0.6) ? random.between(0.2, 10) : random.between(10, 90);
-  if (parent == nullptr && random.chance(0.03)) build.tool_seconds = kEver;
+  build.tool_seconds = random.chance(0.6) ? random.between(0.2, 5) : random.between(5, 40);
+  if (parent == nullptr && random.chance(0.01)) build.tool_seconds = kEver;
   build.tool_dies = random.chance(0.1);
   build.disk_fills = random.chance(0.1);
   if (nested) {

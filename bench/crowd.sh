@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# What four builds that arrive together do to one another and to the machine, with real tools:
+# side by side, behind flock, and behind qv. Takes the tools that are there, go and cargo
+# (Debian: golang-go; cargo librust-serde-dev librust-serde-derive-dev librust-serde-json-dev
+# librust-regex-dev). Takes some minutes; nothing else should run meanwhile.
+set -euo pipefail
+
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+tools=()
+for tool in go cargo; do
+  if command -v "$tool" >/dev/null; then tools+=("$tool"); fi
+done
+if [[ ${#tools[@]} -eq 0 ]]; then
+  echo "crowd: neither go nor cargo is installed."
+  exit 0
+fi
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+mkdir "$scratch/home"
+python3 "$here/crowd.py" "$here/../build/bench/qv" "$scratch" "${tools[@]}"
