@@ -43,7 +43,8 @@ else()
     target_link_options(qv_options INTERFACE -static-libstdc++ -static-libgcc)
     if(NOT QV_HAS_LIBCXX)
       # Named here, so that the runtime finds what it needs of libm in the archive and the
-      # shared libm, which nothing else needs, stays out.
+      # shared libm, which nothing else needs, stays out. Debian 12's archive has functions
+      # that do not link so, std::ceil among them; the programs do without.
       target_link_libraries(qv_options INTERFACE -l:libstdc++.a -l:libm.a)
     endif()
   endif()

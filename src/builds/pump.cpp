@@ -15,7 +15,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <utility>
 
 #include "base/io.h"
@@ -87,7 +86,7 @@ int Pump::patience() const {
   double until = next_look_;
   if (tool_ended_) until = std::min(until, last_sound_ + kSilenceAfterEnd);
   const double left = until - platform::waking_seconds();
-  return static_cast<int>(std::ceil(std::max(left, 0.0) * 1000));
+  return left > 0 ? static_cast<int>(left * 1000) + 1 : 0;
 }
 
 bool Pump::silence_is_over() const {
