@@ -220,6 +220,7 @@ void World::stop(Build& build) {
   tell(build, "is stopped");
   build.stopped = build.dozed = true;
   build.stopped_at = now_;
+  build.free_since.reset();
 }
 
 // What is in the middle of a call finds out when it goes on.
