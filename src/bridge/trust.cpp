@@ -10,7 +10,6 @@
 #include <climits>
 #include <cstdlib>
 
-#include "base/files.h"
 #include "base/text.h"
 
 namespace qv::trust {
