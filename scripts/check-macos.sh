@@ -20,11 +20,10 @@ main() {
   gather_root
 
   export ZIG_GLOBAL_CACHE_DIR=$cache/compiled ZIG_LOCAL_CACHE_DIR=$cache/compiled
-  export PKG_CONFIG_LIBDIR=$root/lib/pkgconfig PKG_CONFIG_PATH=
   rm -f "$build/CMakeCache.txt"
   cmake -S "$project" -B "$build" -G Ninja \
-    -DCMAKE_TOOLCHAIN_FILE="$project/cmake/zig-macos.cmake" \
-    -DQV_ZIG="$zig" -DQV_MACOS_ROOT="$root" \
+    -DCMAKE_TOOLCHAIN_FILE="$project/cmake/zig.cmake" \
+    -DQV_ZIG="$zig" -DQV_ZIG_TARGET=aarch64-macos.13.3 -DQV_ZIG_ROOT="$root" \
     -DCMAKE_BUILD_TYPE=Release -DQV_WERROR=ON -DQV_TESTS=OFF -DQV_BENCH=OFF
   rm -f "$build/qv"
   cmake --build "$build"
