@@ -19,9 +19,7 @@ if(QV_ZIG_TARGET MATCHES "macos")
   set(CMAKE_INSTALL_NAME_TOOL ${QV_ZIG})
 else()
   set(CMAKE_SYSTEM_NAME Linux)
-  # Programs against musl are static without being told, and the C++ runtime is part of them.
-  # It refuses -fPIE where it does not link; -fPIC, from outside, does the same.
-  set(CMAKE_EXE_LINKER_FLAGS_INIT -Wno-unused-command-line-argument)
+  # Programs against musl are static without being told.
   set(QV_STATIC OFF CACHE BOOL "")
 endif()
 

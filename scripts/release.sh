@@ -67,7 +67,7 @@ make_archive() {
   add_library utf8proc utf8proc.h utf8proc.c
   if [[ $system == linux-* ]]; then
     add_library md include/sha2.h src/sha2.c src/sha256hl.c
-    flags+=(-fPIC -flto)
+    flags+=(-fPIC -flto)  # the compiler knows -fPIE only where it links as well
   else
     cp -R "$project/scripts/macos/include/." "$root/include/"
   fi
@@ -109,11 +109,12 @@ add_library() {
 # A program for Linux asks for no interpreter, which would load libraries; one for macOS names
 # the system's library alone.
 require_no_library() {
-  local system=$1 program=$2 named
+  local system=$1 program=$2 named length
   if [[ $system == linux-* ]]; then
     named=$(readelf --program-headers --wide "$program" | grep INTERP) || return 0
   else
-    named=$(grep --text --only-matching '/[[:graph:]]*\.dylib' "$program" | sort -u)
+    length=$(od -A n -t u4 --endian=little -j 20 -N 4 "$program")
+    named=$(head -c $((32 + length)) "$program" | grep --text -o '/[[:graph:]]*\.dylib')
     [[ $named != /usr/lib/libSystem.B.dylib ]] || return 0
   fi
   fail "$program needs a library: $named"
