@@ -105,6 +105,7 @@ bool LedgerFolder::move_in() {
   if (lock == nullptr) return false;
   whose = tenure();  // nobody else moves in now
   if (whose == Tenure::elsewhere && was_used_lately()) return false;
+  if (whose == Tenure::past) remove_all_leases();
   if (whose != Tenure::ours) platform::write_mark(files_.directory.get(), mark_);
   return true;
 }
@@ -199,6 +200,13 @@ std::vector<LiveLease> LedgerFolder::read_live(double now) {
   processes_.forget_the_rest();
   remove_orphaned_logs(live);
   return live;
+}
+
+// Whatever their process ids and start times look like by now.
+void LedgerFolder::remove_all_leases() {
+  for (const auto& found : leases_.read(processes_, platform::waking_seconds())) {
+    remove_stale(found);
+  }
 }
 
 void LedgerFolder::remove_stale(const LeaseFiles::Found& found) const {

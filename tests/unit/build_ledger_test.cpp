@@ -205,10 +205,11 @@ TEST(Tenure, IsJudgedByTheMark) {
   };
   EXPECT_EQ(mark_of(boot), "boot 7 100");
   EXPECT_EQ(judged("boot 7 90"), "0 90");
-  for (const char* past : {"", "other 7 100", "boot 7 x", "boot 7", "boot 7 1 1"}) {
-    EXPECT_EQ(judged(past), "1 0") << past;
+  for (const char* none : {"", "boot 7 x", "boot 7", "boot 7 1 1"}) {
+    EXPECT_EQ(judged(none), "1 0") << none;
   }
-  EXPECT_EQ(judged("boot 8 100"), "2 0");
+  EXPECT_EQ(judged("other 7 100"), "2 0");
+  EXPECT_EQ(judged("boot 8 100"), "3 0");
 }
 
 TEST_F(Ledger, StaysInsideItself) {
