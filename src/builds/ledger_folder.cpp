@@ -31,7 +31,9 @@ namespace {
 // Seconds. A lock that moves is not stuck; whoever takes it changes its time.
 constexpr double kLongestWithoutMovement = 5;
 constexpr double kLongestInAll = 60;
-constexpr std::chrono::milliseconds kLockPause{50};
+// Builds that an end has woken together all want the lock, and none keeps it for long.
+constexpr std::chrono::milliseconds kFirstLockPause{1};
+constexpr std::chrono::milliseconds kLongestLockPause{50};
 constexpr double kSecondsOfADay = 86400;
 
 constexpr std::string_view kLogEnding = ".log";
@@ -131,6 +133,7 @@ std::unique_ptr<BuildLedger::Lock> LedgerFolder::take_lock(double without_moveme
   const double start = platform::waking_seconds();
   double moved = start;
   platform::FileTime last;
+  auto pause = kFirstLockPause;
   for (;;) {
     auto held = std::make_unique<Held>(files_.lock.get());
     if (held->take()) {
@@ -153,7 +156,8 @@ std::unique_ptr<BuildLedger::Lock> LedgerFolder::take_lock(double without_moveme
       moved = now;
     }
     if (now - moved >= without_movement || now - start >= in_all) return nullptr;
-    std::this_thread::sleep_for(kLockPause);
+    std::this_thread::sleep_for(pause);
+    pause = std::min(2 * pause, kLongestLockPause);
   }
 }
 
