@@ -91,14 +91,6 @@ class Queue(builds.World):
             self.assertEqual(build.result(), (0, expected.encode() + b"\n"))
         self.touch("go")
 
-    def test_a_dead_build_blocks_nobody(self):
-        running = self.start_running(gate("go"), folder=self.plain)
-        ahead, waiting = (self.start_queued("echo mine") for _ in range(2))
-        for build in (running, ahead):
-            build.process.send_signal(signal.SIGKILL)  # and not reaped
-        self.assertEqual(waiting.result(), (0, b"mine\n"))
-        self.assert_ledger_is_clean()
-
     def test_the_first_in_line_sleeps_until_the_running_build_ends(self):
         self.start_running(gate("go"), folder=self.plain)
         waiting = self.start_queued("true", folder=self.plain)
