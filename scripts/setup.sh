@@ -6,6 +6,7 @@
 #   scripts/setup.sh --bench    and measure
 #   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
+#   scripts/setup.sh --release  and make and test release archives on Linux
 #
 # Debian and Ubuntu are served with apt-get, macOS with Homebrew.
 set -euo pipefail
@@ -13,6 +14,7 @@ set -euo pipefail
 bench=false
 checks=false
 debian=false
+release=false
 
 main() {
   for argument in "$@"; do
@@ -20,7 +22,8 @@ main() {
       --bench) bench=true ;;
       --checks) checks=true ;;
       --debian) debian=true ;;
-      *) fail "setup.sh knows --bench, --checks and --debian, not '$argument'." ;;
+      --release) release=true ;;
+      *) fail "setup.sh knows --bench, --checks, --debian and --release, not '$argument'." ;;
     esac
   done
 
@@ -61,6 +64,12 @@ set_up_debian() {
   if $debian; then
     want_command debootstrap debootstrap
     want_package debian-archive-keyring
+  fi
+  if $release; then
+    want_command npm npm
+    want_command dpkg-source dpkg-dev
+    want_command xz xz-utils
+    want_package qemu-user-static
   fi
 
   boost_is_missing=false
