@@ -19,12 +19,14 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
 
 #include "base/json.h"
 #include "base/record.h"
+#include "base/text.h"
 #include "board/request.h"
 #include "board/request_builder.h"
 #include "board/response.h"
@@ -43,17 +45,6 @@ struct Table {
   std::vector<std::vector<std::string>> rows;
 };
 
-template <class... Records>
-struct List {};
-
-using Described =
-    List<TeamworkRequest, TeamworkResponse, TeamworkAgent, TeamworkTask, TeamworkTaskWatcher,
-         TeamworkPlan, TeamworkDiscussion, Volley, TeamworkChangeFeed, TeamworkChange,
-         TeamworkWakeReason, TeamworkSquadMessage, TeamworkObligations, DebateRef, HeldRef,
-         ReleaseAskRef, UndeliveredRef, TeamworkAudience, TeamworkSquadState, TeamworkHelper,
-         TeamworkLead, TeamworkPane, TeamworkMac, TeamworkHelperRun, MCPBridgeRequest,
-         MCPBridgeResponse, MCPNoteSummary, MCPNotebookSummary, MCPNoteBody, MCPFolderLock>;
-
 std::string code(std::string_view text) { return "`" + std::string(text) + "`"; }
 
 // The name of a type as compilers spell it: "... [T = qv::Volley]", "... [with T = qv::Volley]".
@@ -67,9 +58,9 @@ std::string name_of() {
 template <class T>
 std::string type_of() {
   if constexpr (std::is_same_v<T, std::string>) {
-    return "text";
+    return "string";
   } else if constexpr (std::is_same_v<T, bool>) {
-    return "flag";
+    return "boolean";
   } else if constexpr (std::is_integral_v<T>) {
     return "integer";
   } else if constexpr (record::detail::is_optional<T>) {
@@ -81,9 +72,8 @@ std::string type_of() {
     for (const std::string_view word : record::Words<T>::words) words += " " + code(word);
     return words;
   } else {
-    std::string anchor = name_of<T>();
-    std::ranges::transform(anchor, anchor.begin(), [](char c) { return std::tolower(c); });
-    return "[" + name_of<T>() + "](#" + anchor + ")";
+    const std::string name = name_of<T>();
+    return "[" + name + "](#" + text::lowered(name) + ")";
   }
 }
 
@@ -92,24 +82,38 @@ std::string presence_of(const record::Field<Owner, Member>& field) {
   if (field.presence == record::Presence::required) return "required";
   if (field.presence == record::Presence::optional) return "optional";
   std::string initial;
-  if constexpr (!record::detail::is_optional<Member>)
+  if constexpr (!record::detail::is_optional<Member>) {
     record::encode(Owner{}.*field.member, initial);
+  }
   return "else " + code(initial);
 }
 
+// What a field holds, perhaps a list of it.
 template <class T>
-Table table_of() {
+struct Held {
+  using Type = T;
+};
+template <class T>
+struct Held<std::optional<T>> : Held<T> {};
+template <class T>
+struct Held<std::vector<T>> : Held<T> {};
+
+// Adds the table of the record, and those of the records in it.
+template <record::Record T>
+void add_tables(std::vector<Table>& tables) {
   Table table{name_of<T>(), {}};
-  const auto add = [&]<class Member>(const record::Field<T, Member>& field) {
+  if (std::ranges::find(tables, table.name, &Table::name) != tables.end()) return;
+  const auto add_row = [&]<class Member>(const record::Field<T, Member>& field) {
     table.rows.push_back({code(field.key), type_of<Member>(), presence_of(field)});
   };
-  std::apply([&](const auto&... field) { (add(field), ...); }, record::Schema<T>::fields);
-  return table;
-}
-
-template <class... Records>
-void add_tables(std::vector<Table>& tables, List<Records...>) {
-  (tables.push_back(table_of<Records>()), ...);
+  const auto add_inner = [&]<class Member>(const record::Field<T, Member>&) {
+    using Inner = typename Held<Member>::Type;
+    if constexpr (record::Record<Inner>) add_tables<Inner>(tables);
+  };
+  const auto& fields = record::Schema<T>::fields;
+  std::apply([&](const auto&... field) { (add_row(field), ...); }, fields);
+  tables.push_back(std::move(table));
+  std::apply([&](const auto&... field) { (add_inner(field), ...); }, fields);
 }
 
 void give(ArgBox& flags, const Flag& flag) {
@@ -204,8 +208,7 @@ struct Editor {
       std::string line = "| ";
       for (const std::string& cell : row) line += cell + " | ";
       const std::string& meaning = meanings[row.front()];
-      if (meaning.empty())
-        complaints.push_back(name + " does not say what " + row.front() + " means");
+      if (meaning.empty()) complaints.push_back(name + " does not say what " + row.front() + " is");
       out.push_back(line + meaning + " |");
     }
     tables.erase(table);
@@ -229,7 +232,10 @@ int main(int argc, char** argv) {
   }
   Editor editor{
       {methods_of(Bridge::teamwork, "board methods"), methods_of(Bridge::notes, "notes methods")}};
-  add_tables(editor.tables, Described{});
+  add_tables<TeamworkRequest>(editor.tables);
+  add_tables<TeamworkResponse>(editor.tables);
+  add_tables<MCPBridgeRequest>(editor.tables);
+  add_tables<MCPBridgeResponse>(editor.tables);
   const std::vector<std::string> before = lines_of(argv[1]);
   const std::vector<std::string> after = editor.edited(before);
   if (writes) {
@@ -240,7 +246,8 @@ int main(int argc, char** argv) {
         "line " + std::to_string(was - before.begin() + 1) +
         (is == after.end() ? " should not be there" : " should be: " + *is));
   }
-  for (const std::string& complaint : editor.complaints)
+  for (const std::string& complaint : editor.complaints) {
     std::cerr << argv[1] << ": " << complaint << "\n";
+  }
   return editor.complaints.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
