@@ -6,6 +6,7 @@ include(CheckCXXSymbolExists)
 
 add_library(qv_options INTERFACE)
 target_include_directories(qv_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_definitions(qv_options INTERFACE QV_VERSION="${PROJECT_VERSION}")
 target_compile_options(qv_options INTERFACE
   -Wall -Wextra -Wpedantic -Wno-missing-field-initializers -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -ffunction-sections -fdata-sections)

@@ -27,7 +27,7 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-constexpr std::string_view kVersion = "qv (Quorvel CLI) 1.0.0";
+constexpr std::string_view kVersion = "qv (Quorvel CLI) " QV_VERSION;
 
 Arguments rest_of(const Arguments& arguments) { return {arguments.begin() + 1, arguments.end()}; }
 
