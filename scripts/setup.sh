@@ -57,6 +57,7 @@ set_up_debian() {
   if $checks; then
     want_command clang-format clang-format
     want_command npm npm
+    want_command mandoc mandoc
   fi
   if $debian; then
     want_command debootstrap debootstrap
