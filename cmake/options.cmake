@@ -40,7 +40,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Darwin")
   target_link_options(qv_options INTERFACE -Wl,-dead_strip)
 else()
   target_link_options(qv_options INTERFACE -Wl,--gc-sections -Wl,--as-needed)
-  if(NOT QV_SANITIZE)
+  if(NOT QV_SANITIZE AND NOT QV_SHARED)
     target_link_options(qv_options INTERFACE -static-libstdc++ -static-libgcc)
     if(NOT QV_HAS_LIBCXX)
       # Named here, so that the runtime finds what it needs of libm in the archive and the

@@ -6,6 +6,7 @@
 #   scripts/setup.sh --bench    and measure
 #   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
+#   scripts/setup.sh --package  and make and check a Debian package, and press Tab in each shell
 #
 # Debian and Ubuntu are served with apt-get, macOS with Homebrew.
 set -euo pipefail
@@ -13,6 +14,7 @@ set -euo pipefail
 bench=false
 checks=false
 debian=false
+package=false
 
 main() {
   for argument in "$@"; do
@@ -20,7 +22,8 @@ main() {
       --bench) bench=true ;;
       --checks) checks=true ;;
       --debian) debian=true ;;
-      *) fail "setup.sh knows --bench, --checks and --debian, not '$argument'." ;;
+      --package) package=true ;;
+      *) fail "setup.sh knows --bench, --checks, --debian and --package, not '$argument'." ;;
     esac
   done
 
@@ -62,6 +65,12 @@ set_up_debian() {
   if $debian; then
     want_command debootstrap debootstrap
     want_package debian-archive-keyring
+  fi
+  if $package; then
+    want_command dpkg-shlibdeps dpkg-dev
+    want_command lintian lintian
+    want_command zsh zsh
+    want_command fish fish
   fi
 
   boost_is_missing=false

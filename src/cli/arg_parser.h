@@ -34,7 +34,7 @@ using ReadInput = std::function<std::optional<std::string>()>;
 [[nodiscard]] std::variant<Parsed, ParseError> parse(const std::vector<std::string>& arguments,
                                                      const Verb& verb, const ReadInput& read_input);
 
-// Where a line stands behind its arguments, for who completes it. The flags are the verb's.
+// Where a line stands behind its arguments, for whoever completes it. The flags are the verb's.
 struct Next {
   // The last argument when a value may follow it: a boolean takes what follows only when that
   // is a boolean word. Null otherwise.

@@ -19,7 +19,7 @@ enum class Position : std::int8_t {
   unlisted = 3,  // the first positional fills it, though help shows it as a flag only
 };
 
-// What a text names on the board, for who completes a command line.
+// What a text names on the board, for whoever completes a command line.
 enum class Values : std::uint8_t { any, tasks, handles };
 
 struct Flag {
