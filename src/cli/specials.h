@@ -20,7 +20,7 @@ struct Special {
 
 // In the order help lists them.
 inline constexpr Special kSpecials[] = {
-    {"wait", "Block until this board changes, then print what changed.", waiting::kFlags},
+    {"wait", "Block until this board changes, then print what changed.", waiting::kWaitFlags},
     {"secret", "Use a Vault secret without ever seeing its value.", seat::kSecretFlags,
      seat::kSecretDeeds},
     {"whoami", "Which Thread and seat this terminal is.", seat::kWhoamiFlags},

@@ -22,7 +22,7 @@ struct WaitOptions {
 };
 
 // What can be given, each shortly; the help has more to say.
-inline constexpr Flag kFlags[] = {
+inline constexpr Flag kWaitFlags[] = {
     {.name = "follow",
      .kind = FlagKind::boolean,
      .help = "Do not exit on a change: print one line per move."},
