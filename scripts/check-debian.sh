@@ -109,7 +109,7 @@ try_package() {
   (cd "$copy" && find usr etc opt | sort) >"$copy/before"
   run_in "$copy" root apt-get install --yes --no-install-recommends ./qv.deb
   run_in "$copy" builder qv --version
-  run_in "$copy" builder qv-sandbox -- sh -c 'qv board register && qv task add One && qv wait --timeout 1 --since 0'
+  run_in "$copy" builder qv-sandbox -- sh -c 'qv board register && qv task add One && qv task claim T-1'
   run_in "$copy" builder bash -c '. /usr/share/bash-completion/completions/qv
     COMP_WORDS=(qv task cla) COMP_CWORD=2 COMP_LINE="qv task cla" COMP_POINT=11; _qv; [[ $COMPREPLY == claim ]]'
   run_in "$copy" builder sh -c 'zcat /usr/share/man/man1/qv.1.gz | grep "^.Dt QV 1" && test -e /usr/libexec/qv/shims/cargo'
