@@ -11,6 +11,7 @@
 #include "base/text.h"
 #include "board/driver.h"
 #include "cli/arg_parser.h"
+#include "cli/completion.h"
 #include "cli/help.h"
 #include "cli/verb_table.h"
 #include "command/exit_code.h"
@@ -27,7 +28,7 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-constexpr std::string_view kVersion = "qv (Quorvel CLI) 1.0.0";
+constexpr std::string_view kVersion = "qv (Quorvel CLI) " QV_VERSION;
 
 Arguments rest_of(const Arguments& arguments) { return {arguments.begin() + 1, arguments.end()}; }
 
@@ -111,6 +112,7 @@ int run(const Arguments& typed, CLIRuntime& runtime) {
   if (first == "whoami") return status_of(seat::whoami(rest_of(arguments), runtime));
   if (first == "join") return status_of(seat::join(rest_of(arguments), runtime));
   if (first == "wait") return status_of(waiting::run(rest_of(arguments), runtime));
+  if (first == "__complete") return status_of(Completion::run(rest_of(arguments), runtime));
   const Group* group = VerbTable::group(first);
   if (group == nullptr) {
     runtime.err("qv: unknown command \"" + arguments.front() + "\". Run `qv --help` for the list.");

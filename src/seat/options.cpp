@@ -7,8 +7,7 @@
 
 namespace qv::seat {
 
-Options parse_options(const std::vector<std::string>& arguments,
-                      std::span<const std::string_view> named) {
+Options parse_options(const std::vector<std::string>& arguments, std::span<const Flag> named) {
   Options options;
   options.wantsHelp = asks_for_help(arguments);
   for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -20,7 +19,7 @@ Options parse_options(const std::vector<std::string>& arguments,
     const std::string name(typed->name);
     if (name == "json") {
       options.wantsJSON = true;
-    } else if (std::ranges::find(named, name) == named.end()) {
+    } else if (std::ranges::find(named, name, &Flag::name) == named.end()) {
       options.unknown.push_back(name);
     } else if (typed->value) {
       options.values[name] = *typed->value;

@@ -9,6 +9,7 @@
 
 #include "command/exit_code.h"
 #include "command/runtime.h"
+#include "command/verb.h"
 
 namespace qv::seat {
 
@@ -22,11 +23,11 @@ struct Options {
   std::string nameless;              // the first option that lacks its name; mostly empty
 };
 
-// An option in `named` takes a name: behind "=", or the next argument unless that begins
+// A text among `named` takes a name: behind "=", or the next argument unless that begins
 // with "--", so that a forgotten name never swallows an option. Help is asked for by
 // "--help" or "-h" anywhere, even where a name stands.
 [[nodiscard]] Options parse_options(const std::vector<std::string>& arguments,
-                                    std::span<const std::string_view> named);
+                                    std::span<const Flag> named);
 
 // What both commands do before their own work: help ends a command, a missing name is
 // refused, and an unknown option is warned about and passed over. Absent when there is
