@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct WaitOptions {
 
 struct UsageError {
   std::string message;
+  std::string_view meant = {};  // the flag that was probably meant; mostly empty
 };
 
 // Reads the arguments behind `qv wait`, left to right; the first error wins. A flag's value
