@@ -9,6 +9,7 @@
 
 #include "base/io.h"
 #include "base/output.h"
+#include "base/trace.h"
 #include "builds/entry.h"
 #include "builds/queue_command.h"
 #include "builds/shim.h"
@@ -19,6 +20,7 @@ namespace {
 
 int run(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
+  qv::trace::begin();
   if (argc > 0 && qv::build::is_shim(argv[0])) return qv::build::run_shim(argv);
   if (argc > 1 && std::strcmp(argv[1], "__build") == 0) return qv::build::run(argv[0], argv + 2);
 

@@ -10,6 +10,7 @@
 #include "base/io.h"
 #include "base/nearest.h"
 #include "base/text.h"
+#include "base/trace.h"
 #include "board/driver.h"
 #include "cli/arg_parser.h"
 #include "cli/help.h"
@@ -119,6 +120,7 @@ ExitCode run_group(const Group& group, const Arguments& arguments, CLIRuntime& r
     did_you_mean(text::nearest(arguments.front(), names_of(group.verbs)), runtime);
     return ExitCode::usage;
   }
+  trace::step("command ", group.name, " ", verb->name);
   return run_verb(group, *verb, rest_of(arguments), runtime);
 }
 
