@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/nearest.h"
+#include "command/did_you_mean.h"
 #include "command/help_flag.h"
 #include "command/typed_flag.h"
 
@@ -10,6 +12,8 @@ namespace qv::seat {
 Options parse_options(const std::vector<std::string>& arguments, std::span<const Flag> named) {
   Options options;
   options.wantsHelp = asks_for_help(arguments);
+  options.known.assign(named.begin(), named.end());
+  options.known.insert(options.known.end(), {"json", "help"});
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const auto typed = typed_flag(arguments[i]);
     if (!typed) {
@@ -45,6 +49,8 @@ std::optional<ExitCode> settled(const Options& options, std::string_view command
   }
   for (const std::string& name : options.unknown) {
     runtime.err("qv: ignoring unknown flag --" + name + ". Run `" + path + " --help`.");
+    const std::string_view meant = text::nearest(name, options.known);
+    did_you_mean(meant.empty() ? "" : "--" + std::string(meant), runtime);
   }
   return std::nullopt;
 }

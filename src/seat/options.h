@@ -18,9 +18,10 @@ struct Options {
   bool wantsHelp = false;
   bool wantsJSON = false;
   std::map<std::string, std::string, std::less<>> values;  // the options that take a name
-  std::vector<std::string> words;    // what is neither an option nor an option's value
-  std::vector<std::string> unknown;  // without dashes, in the order met
-  std::string nameless;              // the first option that lacks its name; mostly empty
+  std::vector<std::string> words;       // what is neither an option nor an option's value
+  std::vector<std::string> unknown;     // without dashes, in the order met
+  std::string nameless;                 // the first option that lacks its name; mostly empty
+  std::vector<std::string_view> known;  // every option there is, without dashes
 };
 
 // A text among `named` takes a name: behind "=", or the next argument unless that begins

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -48,6 +49,7 @@ inline constexpr Flag kWaitFlags[] = {
 
 struct UsageError {
   std::string message;
+  std::string_view meant = {};  // the flag that was probably meant; mostly empty
 };
 
 // Reads the arguments behind `qv wait`, left to right; the first error wins. A flag's value
