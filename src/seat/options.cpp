@@ -12,8 +12,8 @@ namespace qv::seat {
 Options parse_options(const std::vector<std::string>& arguments, std::span<const Flag> named) {
   Options options;
   options.wantsHelp = asks_for_help(arguments);
-  options.known.assign(named.begin(), named.end());
-  options.known.insert(options.known.end(), {"json", "help"});
+  options.known.assign(1, "help");
+  for (const Flag& flag : named) options.known.push_back(flag.name);
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const auto typed = typed_flag(arguments[i]);
     if (!typed) {
