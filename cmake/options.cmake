@@ -6,6 +6,7 @@ include(CheckCXXSymbolExists)
 
 add_library(qv_options INTERFACE)
 target_include_directories(qv_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_definitions(qv_options INTERFACE QV_VERSION="${PROJECT_VERSION}")
 target_compile_options(qv_options INTERFACE
   -Wall -Wextra -Wpedantic -Wno-missing-field-initializers -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -ffunction-sections -fdata-sections)
@@ -39,7 +40,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Darwin")
   target_link_options(qv_options INTERFACE -Wl,-dead_strip)
 else()
   target_link_options(qv_options INTERFACE -Wl,--gc-sections -Wl,--as-needed)
-  if(NOT QV_SANITIZE AND NOT QV_LINKS_STATIC)
+  if(QV_STATIC AND NOT QV_SANITIZE AND NOT QV_LINKS_STATIC)
     target_link_options(qv_options INTERFACE -static-libstdc++ -static-libgcc)
     if(NOT QV_HAS_LIBCXX)
       # Named here, so that the runtime finds what it needs of libm in the archive and the

@@ -6,6 +6,7 @@
 #   scripts/setup.sh --bench    and measure
 #   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
+#   scripts/setup.sh --package  and make and check a Debian package, and press Tab in each shell
 #   scripts/setup.sh --release  and make and test release archives on Linux
 #
 # Debian and Ubuntu are served with apt-get, macOS with Homebrew.
@@ -14,6 +15,7 @@ set -euo pipefail
 bench=false
 checks=false
 debian=false
+package=false
 release=false
 
 main() {
@@ -23,7 +25,8 @@ main() {
       --checks) checks=true ;;
       --debian) debian=true ;;
       --release) release=true ;;
-      *) fail "setup.sh knows --bench, --checks, --debian and --release, not '$argument'." ;;
+      --package) package=true ;;
+      *) fail "setup.sh knows --bench, --checks, --debian, --package and --release, not '$argument'." ;;
     esac
   done
 
@@ -60,6 +63,7 @@ set_up_debian() {
   if $checks; then
     want_command clang-format clang-format
     want_command npm npm
+    want_command mandoc mandoc
   fi
   if $debian; then
     want_command debootstrap debootstrap
@@ -70,6 +74,12 @@ set_up_debian() {
     want_command dpkg-source dpkg-dev
     want_command xz xz-utils
     want_package qemu-user-static
+  fi
+  if $package; then
+    want_command dpkg-shlibdeps dpkg-dev
+    want_command lintian lintian
+    want_command zsh zsh
+    want_command fish fish
   fi
 
   boost_is_missing=false

@@ -6,18 +6,17 @@
 #include <optional>
 #include <utility>
 
+#include "base/trace.h"
 #include "board/reply_rendering.h"
 #include "board/request_builder.h"
 #include "board/task_rendering.h"
 #include "bridge/complaints.h"
-#include "bridge/token.h"
-#include "bridge/transport.h"
+#include "bridge/endpoint.h"
 
 namespace qv::board {
 
 namespace {
 
-using Flags = ArgParser::ArgBox;
 using Kind = TeamworkResponse::Kind;
 
 bool refused(const TeamworkResponse& response) {
@@ -91,7 +90,7 @@ std::string as_json(const TeamworkResponse& response, json::Value reply, std::st
                  : json::pretty(reply);
 }
 
-std::string as_prose(const TeamworkResponse& response, std::string_view method, const Flags& flags,
+std::string as_prose(const TeamworkResponse& response, std::string_view method, const ArgBox& flags,
                      CLIRuntime& runtime) {
   const std::string reader =
       response.kind == Kind::tasks ? reader_of(response, runtime) : std::string();
@@ -106,31 +105,32 @@ std::string as_prose(const TeamworkResponse& response, std::string_view method, 
 
 }  // namespace
 
-ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& runtime) {
+ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON, CLIRuntime& runtime) {
   const CLIEnvironment& env = runtime.env();
-  if (env.sessionID.empty() || env.collabSocket.empty()) {
+  if (env.sessionID.empty() || env.board.socket.empty()) {
     runtime.err(complaints::kNotInThread);
     return ExitCode::unavailable;
   }
-  const auto outcome = TeamworkRequestBuilder::build(
-      verb.method, flags, bridge_token(env.collabTokenFile, env.collabTokenSeed), env.sessionID);
+  const auto outcome = TeamworkRequestBuilder::build(verb.method, flags);
   if (const auto* refusal = std::get_if<TeamworkRequestBuilder::Refused>(&outcome)) {
     runtime.err(refusal->message);
     return ExitCode::refused;
   }
   const std::string warning = TeamworkRequestBuilder::warning(flags);
   if (!warning.empty()) runtime.err(warning);
-  const auto bytes = BridgeTransport::exchange(std::get<TeamworkRequest>(outcome), env.collabSocket,
-                                               {.lastOfProcess = true});
+  const auto bytes = bridge::ask(env.board, env.sessionID, std::get<TeamworkRequest>(outcome),
+                                 {.lastOfProcess = true});
   if (!bytes) {
-    runtime.err(complaints::not_answering("board", env.collabSocket, bytes));
+    runtime.err(complaints::not_answering("board", env.board.socket, bytes));
     return ExitCode::unavailable;
   }
   const auto reply = json::parse(bytes.view());
   // The process ends with this command: taking a large reply apart again would only cost time.
   static auto& last_reply = *new std::optional<TeamworkResponse>;
   TeamworkResponse& response = last_reply.emplace();
-  if (!reply || !record::decode(*reply, response)) {
+  const bool readable = reply && record::decode(*reply, response);
+  trace::step(readable ? record::word(response.kind) : "nothing readable", " in the reply");
+  if (!readable) {
     runtime.err("qv: the board sent a reply this build could not read.");
     return ExitCode::refused;
   }

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "cli/verb.h"
+#include "command/verb.h"
 
 // Help is printed from the verb table, so it cannot disagree with what the parser takes.
 // No text ends with a line feed.
@@ -12,6 +12,9 @@ namespace qv::Help {
 [[nodiscard]] std::string top_level();
 [[nodiscard]] std::string group(const Group& group);
 [[nodiscard]] std::string verb(const Group& group, const Verb& verb);
+
+// Whether the verb's usage line names the flag as an argument.
+[[nodiscard]] bool in_usage(const Flag& flag);
 
 // The whole working protocol, for an agent that reads nothing else.
 [[nodiscard]] std::string brief();

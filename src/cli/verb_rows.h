@@ -2,7 +2,7 @@
 
 // The vocabulary in which the rows of the verb table are written.
 
-#include "cli/verb.h"
+#include "command/verb.h"
 
 namespace qv::VerbTable {
 
@@ -27,6 +27,16 @@ constexpr Flag required(Flag flag) {
 }
 constexpr Flag at(Position position, Flag flag) {
   flag.positional = position;
+  return flag;
+}
+constexpr Flag naming(Values values, Flag flag) {
+  flag.values = values;
+  return flag;
+}
+constexpr Flag task(Flag flag) { return naming(Values::tasks, flag); }
+constexpr Flag peer(Flag flag) { return naming(Values::handles, flag); }
+constexpr Flag one_of(std::span<const std::string_view> words, Flag flag) {
+  flag.words = words;
   return flag;
 }
 constexpr Flag first(Flag flag) { return at(Position::first, flag); }

@@ -3,10 +3,14 @@
 #include <string>
 #include <vector>
 
-#include "cli/exit_code.h"
-#include "cli/runtime.h"
+#include "command/exit_code.h"
+#include "command/runtime.h"
+#include "command/verb.h"
 
 namespace qv::seat {
+
+inline constexpr Flag kWhoamiFlags[] = {
+    {.name = "set", .help = "Your name on the board and in notes."}, kJSONFlag};
 
 // Runs `qv whoami` with the arguments behind the word: reports which pane and seat this
 // terminal is, or sets its name.
