@@ -34,6 +34,7 @@ main() {
   rm -rf "$work" "$dist"
   mkdir -p "$sources" "$dist"
   fetch_sources
+  make_pages
   make_archive linux-x86_64 x86_64-linux-musl
   make_archive linux-arm64 aarch64-linux-musl
   make_archive macos-arm64 aarch64-macos.13.3
@@ -53,6 +54,13 @@ fetch_sources() {
   (cd "$sources" && apt-get --quiet=2 "${options[@]}" --only-source source utf8proc libmd >/dev/null)
   mv "$sources"/utf8proc-*/ "$sources/utf8proc"
   mv "$sources"/libmd-*/ "$sources/md"
+}
+
+# The manual pages come out of a program that runs here.
+make_pages() {
+  cmake -S "$project" -B "$work/native" -G Ninja --log-level=WARNING \
+    -DCMAKE_BUILD_TYPE=Debug -DQV_STATIC=OFF -DQV_TESTS=OFF
+  cmake --build "$work/native" --target pages
 }
 
 # make_archive SYSTEM TARGET: the target is the compiler's name for the system.
@@ -76,12 +84,14 @@ make_archive() {
     -DCMAKE_TOOLCHAIN_FILE="$project/cmake/zig.cmake" \
     -DQV_ZIG="$zig" -DQV_ZIG_TARGET="$target" -DQV_ZIG_ROOT="$root" \
     -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE="-O2 -DNDEBUG" -DCMAKE_CXX_FLAGS="${flags[*]}" \
-    -DCMAKE_EXE_LINKER_FLAGS=-s -DQV_WERROR=ON -DQV_TESTS=OFF
+    -DCMAKE_EXE_LINKER_FLAGS=-s -DQV_WERROR=ON -DQV_TESTS=OFF -DQV_GENERATED="$work/native/man"
   cmake --build "$build"
   cmake --install "$build" --prefix "$tree" >/dev/null
   require_no_library "$system" "$tree/bin/qv"
   require_no_library "$system" "$tree/bin/qv-sandbox"
-  cp -R "$project/README.md" "$project/docs" "$tree/"
+  mkdir "$tree/docs"
+  cp "$project/README.md" "$tree/"
+  cp "$project/docs"/*.md "$tree/docs/"
   notices "$system" >"$tree/NOTICES"
   tar --create --directory "$work/$system" --sort=name --format=ustar --owner=0 --group=0 \
     --numeric-owner --mode=u=rwX,go=rX --mtime="@$SOURCE_DATE_EPOCH" "$name" |
