@@ -2,6 +2,11 @@
 # rather than be of use to somebody. macOS brings the linker's part of this by itself.
 target_compile_definitions(qv_options INTERFACE
   _GLIBCXX_ASSERTIONS _LIBCPP_HARDENING_MODE=_LIBCPP_HARDENING_MODE_FAST)
+# libc++ 17 has a name of its own for it, which later ones refuse.
+check_cxx_symbol_exists(_LIBCPP_ENABLE_HARDENED_MODE version QV_HAS_LIBCXX_17)
+if(QV_HAS_LIBCXX_17)
+  target_compile_definitions(qv_options INTERFACE _LIBCPP_ENABLE_HARDENED_MODE=1)
+endif()
 
 # libc checks its callers only in optimised builds. Some compilers set the level themselves,
 # so it is taken back first.
@@ -10,9 +15,8 @@ target_compile_options(qv_options INTERFACE
 
 set(hardening -fstack-protector-strong)
 if(NOT CMAKE_SYSTEM_NAME STREQUAL "Darwin")
-  list(APPEND hardening -fstack-clash-protection -fcf-protection=full -mbranch-protection=standard)
-  target_compile_options(qv_options INTERFACE -fPIE)
-  target_link_options(qv_options INTERFACE -pie -Wl,-z,relro -Wl,-z,now)
+  list(APPEND hardening -fstack-clash-protection -fcf-protection=full -mbranch-protection=standard -fPIE)
+  target_link_options(qv_options INTERFACE -Wl,-z,relro -Wl,-z,now)
 endif()
 set(CMAKE_REQUIRED_FLAGS -Werror)  # some compilers only warn of a flag that they do not know
 foreach(flag IN LISTS hardening)

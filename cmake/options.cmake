@@ -6,6 +6,7 @@ include(CheckCXXSymbolExists)
 
 add_library(qv_options INTERFACE)
 target_include_directories(qv_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_definitions(qv_options INTERFACE QV_VERSION="${PROJECT_VERSION}")
 target_compile_options(qv_options INTERFACE
   -Wall -Wextra -Wpedantic -Wno-missing-field-initializers -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -ffunction-sections -fdata-sections)
@@ -32,14 +33,14 @@ if(QV_LTO)
   endif()
 endif()
 
-# Start-up is the product's speed: on Linux the C++ runtime goes into the program,
-# and what nothing calls is left out.
+# Start-up is the product's speed: on Linux the C++ runtime goes into the program even when the
+# rest does not, and what nothing calls is left out.
 check_cxx_symbol_exists(_LIBCPP_VERSION version QV_HAS_LIBCXX)
 if(CMAKE_SYSTEM_NAME STREQUAL "Darwin")
   target_link_options(qv_options INTERFACE -Wl,-dead_strip)
 else()
   target_link_options(qv_options INTERFACE -Wl,--gc-sections -Wl,--as-needed)
-  if(NOT QV_SANITIZE)
+  if(QV_STATIC AND NOT QV_SANITIZE AND NOT QV_LINKS_STATIC)
     target_link_options(qv_options INTERFACE -static-libstdc++ -static-libgcc)
     if(NOT QV_HAS_LIBCXX)
       # Named here, so that the runtime finds what it needs of libm in the archive and the

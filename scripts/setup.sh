@@ -6,6 +6,8 @@
 #   scripts/setup.sh --bench    and measure
 #   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
+#   scripts/setup.sh --package  and make and check a Debian package, and press Tab in each shell
+#   scripts/setup.sh --release  and make and test release archives on Linux
 #
 # Debian and Ubuntu are served with apt-get, macOS with Homebrew.
 set -euo pipefail
@@ -13,6 +15,8 @@ set -euo pipefail
 bench=false
 checks=false
 debian=false
+package=false
+release=false
 
 main() {
   for argument in "$@"; do
@@ -20,7 +24,9 @@ main() {
       --bench) bench=true ;;
       --checks) checks=true ;;
       --debian) debian=true ;;
-      *) fail "setup.sh knows --bench, --checks and --debian, not '$argument'." ;;
+      --release) release=true ;;
+      --package) package=true ;;
+      *) fail "setup.sh knows --bench, --checks, --debian, --package and --release, not '$argument'." ;;
     esac
   done
 
@@ -57,10 +63,23 @@ set_up_debian() {
   if $checks; then
     want_command clang-format clang-format
     want_command npm npm
+    want_command mandoc mandoc
   fi
   if $debian; then
     want_command debootstrap debootstrap
     want_package debian-archive-keyring
+  fi
+  if $release; then
+    want_command npm npm
+    want_command dpkg-source dpkg-dev
+    want_command xz xz-utils
+    want_package qemu-user-static
+  fi
+  if $package; then
+    want_command dpkg-shlibdeps dpkg-dev
+    want_command lintian lintian
+    want_command zsh zsh
+    want_command fish fish
   fi
 
   boost_is_missing=false

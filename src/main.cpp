@@ -9,16 +9,19 @@
 
 #include "base/io.h"
 #include "base/output.h"
+#include "base/trace.h"
 #include "builds/entry.h"
 #include "builds/queue_command.h"
 #include "builds/shim.h"
 #include "cli/dispatch.h"
 #include "command/exit_code.h"
+#include "doctor/command.h"
 
 namespace {
 
 int run(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
+  qv::trace::begin();
   if (argc > 0 && qv::build::is_shim(argv[0])) return qv::build::run_shim(argv);
   if (argc > 1 && std::strcmp(argv[1], "__build") == 0) return qv::build::run(argv[0], argv + 2);
 
@@ -28,10 +31,16 @@ int run(int argc, char** argv) {
   qv::OutputStream standard_error(2);
   qv::CLIRuntime runtime([&](std::string_view text) { return standard_output.write_line(text); },
                          [&](std::string_view text) { return standard_error.write_line(text); });
-  const bool shows_queue = argc > 1 && std::strcmp(argv[1], "__builds") == 0;
-  const int status = shows_queue ? qv::build::show_queue(argv[0], {argv + 2, argv + argc},
-                                                         standard_output, standard_error)
-                                 : qv::run(arguments, runtime);
+  const std::string first = arguments.empty() ? "" : arguments.front();
+  int status = 0;
+  if (first == "__builds") {
+    status =
+        qv::build::show_queue(argv[0], {argv + 2, argv + argc}, standard_output, standard_error);
+  } else if (first == "__doctor") {
+    status = status_of(qv::doctor::run(argv[0], {argv + 2, argv + argc}, runtime));
+  } else {
+    status = qv::run(arguments, runtime);
+  }
 
   if (standard_output.error() == 0) return status;
   if (standard_output.error() != EPIPE) {

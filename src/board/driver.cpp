@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/trace.h"
 #include "board/reply_rendering.h"
 #include "board/request_builder.h"
 #include "board/task_rendering.h"
@@ -127,7 +128,9 @@ ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON, CLIRuntime& 
   // The process ends with this command: taking a large reply apart again would only cost time.
   static auto& last_reply = *new std::optional<TeamworkResponse>;
   TeamworkResponse& response = last_reply.emplace();
-  if (!reply || !record::decode(*reply, response)) {
+  const bool readable = reply && record::decode(*reply, response);
+  trace::step(readable ? record::word(response.kind) : "nothing readable", " in the reply");
+  if (!readable) {
     runtime.err("qv: the board sent a reply this build could not read.");
     return ExitCode::refused;
   }

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "base/descriptor.h"
+#include "base/trace.h"
 #include "bridge/trust.h"
 #include "platform/clock.h"
 #include "platform/memory.h"
@@ -26,12 +27,10 @@ namespace qv::BridgeTransport {
 
 namespace {
 
-// A path may be 103 bytes long on every system, whatever its own address holds.
-constexpr std::size_t kLongestPath = 103;
 static_assert(sizeof(sockaddr_un::sun_path) > kLongestPath);
 
 // False with errno set.
-bool connect_to(const Descriptor& connection, const std::string& path) {
+bool try_to_connect(const Descriptor& connection, const std::string& path) {
   if (path.size() > kLongestPath || path.find('\0') != std::string::npos) {
     errno = ENAMETOOLONG;
     return false;
@@ -47,12 +46,20 @@ bool connect_to(const Descriptor& connection, const std::string& path) {
   return true;
 }
 
+bool connect_to(const Descriptor& connection, const std::string& path) {
+  const bool connected = try_to_connect(connection, path);
+  trace::step("connect ", path, ": ", connected ? "done" : std::strerror(errno));
+  return connected;
+}
+
 // The user who serves the connection, when it is one that is not talked to. A system that
 // does not say who it is counts as nobody we know.
 std::optional<uid_t> foreign_peer(const Descriptor& connection) {
   constexpr auto kNobody = static_cast<uid_t>(-1);
   const uid_t user = platform::peer_user(connection).value_or(kNobody);
-  return trust::covers(user) ? std::nullopt : std::optional(user);
+  if (trust::covers(user)) return std::nullopt;
+  trace::step("served by another user, ", user);
+  return user;
 }
 
 void set_timeout(const Descriptor& connection, int option, double seconds) {
@@ -79,11 +86,13 @@ class Patience {
     }
   }
 
-  // Before each call that may block on this time-out; false when no time is left for it.
+  // Before each call that may block on this time-out; false with errno set when no time is
+  // left for it.
   [[nodiscard]] bool allows(const Descriptor& connection, int option) const {
     if (!end_) return true;
     const double left = *end_ - platform::monotonic_seconds();
     if (left > 0) set_timeout(connection, option, std::min(usual(option), left));
+    if (left <= 0) errno = ETIMEDOUT;
     return left > 0;
   }
 
@@ -97,7 +106,9 @@ class Patience {
   std::optional<double> end_;
 };
 
+// False with errno set, like all that follows.
 bool send_all(const Descriptor& connection, const Patience& patience, std::string_view bytes) {
+  const std::size_t size = bytes.size();
   while (!bytes.empty()) {
     if (!patience.allows(connection, SO_SNDTIMEO)) return false;
     const ssize_t count =
@@ -108,7 +119,27 @@ bool send_all(const Descriptor& connection, const Patience& patience, std::strin
       return false;
     }
   }
+  trace::step("sent ", size, " bytes");
   return true;
+}
+
+void trace_first(ssize_t count) { trace::step("first ", count, " bytes of a reply"); }
+
+void trace_end(const Outcome& outcome, std::size_t size) {
+  if (outcome) {
+    trace::step("read ", size, " bytes");
+  } else {
+    trace::step("no reply: ", std::strerror(outcome.error));
+  }
+}
+
+// A call that would block has waited for as long as it may.
+int cause(int error) { return error == EAGAIN ? ETIMEDOUT : error; }
+
+Reply no_reply(int error) {
+  Reply none;
+  none.error = cause(error);
+  return none;
 }
 
 // Reads straight into the buffer that becomes the reply. Most replies fit its first size;
@@ -129,55 +160,67 @@ Reply receive(const Descriptor& connection, const Patience& patience, const Opti
       std::memcpy(larger.get(), reply.bytes.get(), reply.size);
       reply.bytes = std::move(larger);
     }
-    if (!patience.allows(connection, SO_RCVTIMEO)) return {};
+    if (!patience.allows(connection, SO_RCVTIMEO)) return no_reply(errno);
     char* const start = reply.bytes.get() + reply.size;
     const ssize_t count = ::recv(connection.get(), start, capacity - reply.size, 0);
     if (count < 0) {
       if (errno == EINTR) continue;
-      return {};
+      return no_reply(errno);
     }
+    if (reply.size == 0) trace_first(count);
     const std::string_view read(start, static_cast<std::size_t>(count));
     const std::size_t end = read.find(options.terminator);
     reply.size += std::min(end, read.size());
-    if (reply.size > limit || (count == 0 && reply.size == 0)) return {};
+    if (reply.size > limit) return no_reply(EMSGSIZE);
+    if (count == 0 && reply.size == 0) return no_reply(ECONNRESET);
     reply.answered = count == 0 || end != std::string_view::npos;
     if (reply.answered) return reply;
   }
 }
 
-bool receive_in_pieces(const Descriptor& connection, const Patience& patience,
-                       const Options& options, const std::function<void(std::string_view)>& take) {
+// 0, or why there is no reply. `used` counts the bytes.
+int receive_in_pieces(const Descriptor& connection, const Patience& patience,
+                      const Options& options, const std::function<void(std::string_view)>& take,
+                      std::size_t& used) {
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
   char buffer[64 * 1024];
-  std::size_t used = 0;
   for (;;) {
-    if (!patience.allows(connection, SO_RCVTIMEO)) return false;
+    if (!patience.allows(connection, SO_RCVTIMEO)) return cause(errno);
     const ssize_t count = ::recv(connection.get(), buffer, sizeof buffer, 0);
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return false;
+    if (count < 0) return cause(errno);
+    if (used == 0) trace_first(count);
     const std::string_view read(buffer, static_cast<std::size_t>(count));
     const std::size_t end = read.find(options.terminator);
     const std::string_view piece = read.substr(0, end);
     used += piece.size();
-    if (used > limit || (count == 0 && used == 0)) return false;
+    if (used > limit) return EMSGSIZE;
+    if (count == 0 && used == 0) return ECONNRESET;
     take(piece);
-    if (count == 0 || end != std::string_view::npos) return true;
+    if (count == 0 || end != std::string_view::npos) return 0;
   }
+}
+
+Descriptor not_asked(Outcome& why, int error) {
+  why.error = cause(error);
+  return {};
 }
 
 // A connection on which the whole request was sent; not valid on failure, of which `why`
 // says what a user has to know.
 Descriptor asked(std::string_view request, const std::string& socket_path, const Patience& patience,
                  const Options& options, Outcome& why) {
-  if (socket_path.empty()) return {};
+  if (socket_path.empty()) return not_asked(why, ENOENT);
   Descriptor connection = platform::open_stream_socket();
-  if (!connection.valid()) return {};
+  if (!connection.valid()) return not_asked(why, errno);
   patience.begin(connection);
-  if (!patience.allows(connection, SO_SNDTIMEO)) return {};
-  if (!connect_to(connection, socket_path)) return {};
+  const bool connected =
+      patience.allows(connection, SO_SNDTIMEO) && connect_to(connection, socket_path);
+  if (!connected) return not_asked(why, errno);
   why.foreign_user = foreign_peer(connection);
-  if (why.foreign_user) return {};
-  if (!send_all(connection, patience, std::string(request) + options.terminator)) return {};
+  if (why.foreign_user) return not_asked(why, EACCES);
+  const bool sent = send_all(connection, patience, std::string(request) + options.terminator);
+  if (!sent) return not_asked(why, errno);
   ::shutdown(connection.get(), SHUT_WR);
   return connection;
 }
@@ -186,27 +229,40 @@ Descriptor asked(std::string_view request, const std::string& socket_path, const
 
 Reply exchange(std::string_view request, const std::string& socket_path, const Options& options) {
   const Patience patience(options);
-  Reply none;
-  const Descriptor connection = asked(request, socket_path, patience, options, none);
-  if (!connection.valid()) return none;
-  return receive(connection, patience, options);
+  Reply reply;
+  const Descriptor connection = asked(request, socket_path, patience, options, reply);
+  if (connection.valid()) reply = receive(connection, patience, options);
+  trace_end(reply, reply.size);
+  return reply;
 }
 
 Outcome stream(std::string_view request, const std::string& socket_path,
                const std::function<void(std::string_view)>& take, const Options& options) {
   const Patience patience(options);
   Outcome outcome;
+  std::size_t used = 0;
   const Descriptor connection = asked(request, socket_path, patience, options, outcome);
-  outcome.answered = connection.valid() && receive_in_pieces(connection, patience, options, take);
+  if (connection.valid()) {
+    outcome.error = receive_in_pieces(connection, patience, options, take, used);
+    outcome.answered = outcome.error == 0;
+  }
+  trace_end(outcome, used);
   return outcome;
 }
 
-bool is_live(const std::string& socket_path) {
+Contact contact(const std::string& socket_path) {
   const Descriptor connection = platform::open_stream_socket();
-  if (!connection.valid()) return false;
+  if (!connection.valid()) return {.error = errno};
   ::fcntl(connection.get(), F_SETFL, O_NONBLOCK);
-  if (connect_to(connection, socket_path)) return !foreign_peer(connection);
-  return errno == EAGAIN;  // a listener whose queue is full is busy, not gone
+  if (!connect_to(connection, socket_path)) return {.error = errno};
+  return {.user = platform::peer_user(connection),
+          .process = platform::peer_process(connection),
+          .trusted = !foreign_peer(connection)};
+}
+
+bool is_live(const std::string& socket_path) {
+  const Contact found = contact(socket_path);
+  return found.trusted || found.error == EAGAIN;  // a full queue: busy, not gone
 }
 
 }  // namespace qv::BridgeTransport

@@ -13,6 +13,9 @@
 // One request and one reply over a Unix-domain socket: one connection for each exchange.
 namespace qv::BridgeTransport {
 
+// A path may be this many bytes long on every system, whatever its own address holds.
+inline constexpr std::size_t kLongestPath = 103;
+
 struct Options {
   std::int64_t readTimeoutSeconds = 40;
   std::int64_t writeTimeoutSeconds = 10;
@@ -31,6 +34,9 @@ struct Options {
 struct Outcome {
   bool answered = false;
   std::optional<uid_t> foreign_user;  // who serves the socket, when that is why
+  // Why there is none, in the terms of errno: EACCES for another user's, ETIMEDOUT, ECONNRESET
+  // from a bridge that hangs up instead of answering, EMSGSIZE for too large an answer.
+  int error = 0;
 
   explicit operator bool() const { return answered; }
 };
@@ -54,8 +60,18 @@ struct Reply : Outcome {
                              const std::function<void(std::string_view piece)>& take,
                              const Options& options = {});
 
-// Whether somebody who is trusted listens on the socket. Connects and writes nothing; never
-// waits.
+// What is behind a socket.
+struct Contact {
+  int error = 0;  // of connecting; EAGAIN: a listener whose queue is full
+  std::optional<uid_t> user;
+  std::optional<pid_t> process;
+  bool trusted = false;
+};
+
+// Connects and writes nothing; never waits.
+[[nodiscard]] Contact contact(const std::string& socket_path);
+
+// Whether somebody who is trusted listens on the socket, found out by contact.
 [[nodiscard]] bool is_live(const std::string& socket_path);
 
 }  // namespace qv::BridgeTransport

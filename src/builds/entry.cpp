@@ -15,6 +15,7 @@
 
 #include "base/files.h"
 #include "base/io.h"
+#include "base/trace.h"
 #include "builds/coordinator.h"
 #include "builds/direct.h"
 #include "builds/signals.h"
@@ -42,15 +43,20 @@ BuildCommand command_of(char** arguments) {
   return command;
 }
 
+std::nullopt_t runs_directly(std::string_view why) {
+  trace::step("the tool runs directly: ", why);
+  return std::nullopt;
+}
+
 // The build's status; nothing when the build is not to be coordinated.
 std::optional<int> run_coordinated(const char* program, char** arguments) {
-  if (is_switched_off()) return std::nullopt;
+  if (is_switched_off()) return runs_directly("the environment says so");
   BuildCommand command = command_of(arguments);
   if (!is_coordinated(command.tool_name, command.arguments, command.environment)) {
-    return std::nullopt;
+    return runs_directly("no build, or one with a job count of its own");
   }
   auto ledger = LedgerFolder::open(ledger_directory());
-  if (ledger == nullptr) return std::nullopt;
+  if (ledger == nullptr) return runs_directly("the ledger cannot be used");
   return coordinate(std::move(command), std::move(ledger), program);
 }
 

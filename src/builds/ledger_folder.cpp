@@ -36,14 +36,6 @@ constexpr std::chrono::milliseconds kFirstLockPause{1};
 constexpr std::chrono::milliseconds kLongestLockPause{50};
 constexpr double kSecondsOfADay = 86400;
 
-constexpr std::string_view kLogEnding = ".log";
-
-bool is_private_to_us(int fd) {
-  struct stat status {};
-  return ::fstat(fd, &status) == 0 && status.st_uid == ::geteuid() &&
-         (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
-}
-
 // False when the file system refuses to lock at all. A lock that somebody holds is fine.
 bool can_be_locked(int fd) {
   while (::flock(fd, LOCK_SH | LOCK_NB) != 0) {
@@ -54,6 +46,12 @@ bool can_be_locked(int fd) {
 }
 
 }  // namespace
+
+bool is_private_to_us(int fd) {
+  struct stat status {};
+  return ::fstat(fd, &status) == 0 && status.st_uid == ::geteuid() &&
+         (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
 
 // Stop signals wait as long as the lock is held.
 class LedgerFolder::Held final : public BuildLedger::Lock {

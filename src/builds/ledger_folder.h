@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/descriptor.h"
@@ -15,6 +16,11 @@
 #include "builds/tenure.h"
 
 namespace qv::build {
+
+inline constexpr std::string_view kLogEnding = ".log";
+
+// Whether the open file is this user's, and nobody else can write to it.
+[[nodiscard]] bool is_private_to_us(int fd);
 
 // The ledger as a directory. Stop signals wait while its lock is held.
 class LedgerFolder final : public BuildLedger {

@@ -104,7 +104,7 @@ std::optional<PassOutcome> decide(Candidate& candidate, BuildLedger& ledger,
     return std::move(*leader);
   }
   look_around(candidate, ledger, others, now);
-  const BuildPlan plan = BuildPlan::of(own, others, candidate.release);
+  const BuildPlan& plan = candidate.plan = BuildPlan::of(own, others, candidate.release);
   const BuildDecision decision = BuildSchedule::decide(plan, memory, candidate.hold_timer, now);
   const Publish publish{candidate, ledger, plan.running, memory};
   const bool its_turn = leader || std::holds_alternative<Run>(decision);

@@ -48,6 +48,7 @@ struct Candidate {
   // end may change the answer.
   bool is_near = true;
   std::vector<pid_t> waits_for;
+  BuildPlan plan;  // the others, as that pass counted them if it did not come to follow one
 };
 
 // One pass. The ledger's lock is held by the caller; the candidate's lease is updated and

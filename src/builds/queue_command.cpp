@@ -1,31 +1,20 @@
-// Whoever waits wants to know for whom. Leases are renamed into place whole, so the ledger is
-// read here without its lock and nothing is tidied up: looking never delays or changes a build.
+// Whoever waits wants to know for whom.
 
 #include "builds/queue_command.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <optional>
 #include <string_view>
 #include <thread>
 #include <utility>
 
-#include "base/descriptor.h"
 #include "base/io.h"
 #include "builds/environment.h"
-#include "builds/lease_files.h"
-#include "builds/live_processes.h"
+#include "builds/ledger_look.h"
 #include "builds/queue_view.h"
 #include "builds/readings.h"
-#include "builds/tenure.h"
-#include "platform/clock.h"
-#include "platform/machine.h"
-#include "platform/process.h"
-#include "platform/process_info.h"
 
 namespace qv::build {
 
@@ -68,7 +57,6 @@ class View {
 
  private:
   [[nodiscard]] std::optional<BuildQueue> look();
-  std::nullopt_t refuse(const std::string& why);
 
   Options options_;
   OutputStream& out_;
@@ -76,12 +64,6 @@ class View {
   std::string directory_;
   Readings readings_;
 };
-
-SeenBuild seen(LiveLease live) {
-  const pid_t pid = live.lease.pid;
-  live.stopped = platform::look_at_process(pid).stopped;
-  return {std::move(live), platform::command_line(pid), platform::working_folder(pid)};
-}
 
 int View::show() {
   const bool redraws = options_.watch && !options_.json && ::isatty(STDOUT_FILENO) == 1;
@@ -102,31 +84,11 @@ int View::show() {
   }
 }
 
-// Absent when that has been refused, with a word about it.
+// Absent when the ledger cannot be seen, with a word about it.
 std::optional<BuildQueue> View::look() {
-  std::vector<SeenBuild> builds;
-  const Descriptor folder(::open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (folder.valid()) {
-    std::string mark;
-    const Tenure whose = look_at_mark(folder.get(), mark);
-    if (whose == Tenure::elsewhere) {
-      return refuse("the builds in " + directory_ + " cannot be seen from here.");
-    }
-    LiveProcesses processes;
-    for (const auto& file : LeaseFiles(folder.get()).read(processes, platform::waking_seconds())) {
-      if (whose != Tenure::past && file.lease && file.alive)
-        builds.push_back(seen({*file.lease, file.age}));
-    }
-  } else if (errno != ENOENT) {
-    return refuse(directory_ + " cannot be read: " + std::strerror(errno) + ".");
-  }
-  BuildMemory memory = readings_.memory();
-  if (!memory.available) memory.available = platform::available_memory();
-  return queue_of(builds, memory, platform::wall_clock_seconds());
-}
-
-std::nullopt_t View::refuse(const std::string& why) {
-  err_.write_line("qv __builds: " + why);
+  const LedgerLook look = look_at_ledger(directory_);
+  if (look.problem.empty()) return queue_now(look.builds, readings_);
+  err_.write_line("qv __builds: " + look.problem);
   return std::nullopt;
 }
 

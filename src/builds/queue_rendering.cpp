@@ -55,7 +55,9 @@ std::string line_of(const Row& row, const Widths& widths) {
   return line + "  " + row.back() + "\n";
 }
 
-std::string machine_line(const BuildMachine& machine) {
+}  // namespace
+
+std::string render(const BuildMachine& machine) {
   std::string line = std::to_string(machine.cores) + (machine.cores == 1 ? " core, " : " cores, ") +
                      std::to_string(machine.jobsInUse) + " of " +
                      std::to_string(machine.jobBudget) + " jobs in use. Memory: ";
@@ -66,8 +68,6 @@ std::string machine_line(const BuildMachine& machine) {
   if (!machine.memoryGoverned) line += " The governing of memory is off.";
   return line;
 }
-
-}  // namespace
 
 std::string render(const BuildQueue& queue) {
   if (queue.builds.empty()) return "No wrapped build runs or waits.";
@@ -86,7 +86,7 @@ std::string render(const BuildQueue& queue) {
     }
     if (!lines.empty()) out += (running ? "RUNNING\n" : "WAITING\n") + lines + "\n";
   }
-  return out + machine_line(queue.machine);
+  return out + render(queue.machine);
 }
 
 }  // namespace qv::build

@@ -66,6 +66,7 @@ struct SeenBuild {
 
 // In prose, without a line feed at the end.
 [[nodiscard]] std::string render(const BuildQueue& queue);
+[[nodiscard]] std::string render(const BuildMachine& machine);
 
 }  // namespace qv::build
 

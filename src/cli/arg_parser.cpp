@@ -33,10 +33,26 @@ class Parser {
     return std::move(parsed_);
   }
 
+  std::optional<Next> next() {
+    while (next_ < arguments_.size() && !error_) take(arguments_[next_++]);
+    if (error_ && open_ == nullptr) return std::nullopt;
+    Next next{.value_of = open_};
+    for (const Flag& flag : verb_.flags) {
+      if (&flag == open_ || (parsed_.box.has(flag.name) && flag.kind != FlagKind::list)) continue;
+      const bool has_position = flag.positional != Position::none;
+      if (has_position && index_of(flag) < positionals_.size()) continue;
+      next.left.push_back(&flag);
+      const bool is_next = has_position && index_of(flag) == positionals_.size();
+      if (is_next && !parsed_.box.has(flag.name)) next.positional = &flag;
+    }
+    return next;
+  }
+
  private:
   using Inline = std::optional<std::string_view>;  // the part behind "="
 
   void take(std::string_view argument) {
+    open_ = nullptr;
     const auto typed = typed_flag(argument);
     if (!typed) {
       positionals_.emplace_back(argument);
@@ -66,6 +82,7 @@ class Parser {
     } else if (next_ < arguments_.size()) {
       store(*flag, arguments_[next_++]);
     } else {
+      open_ = &*flag;
       fail("--" + std::string(name) + " needs a value.");
     }
   }
@@ -77,6 +94,7 @@ class Parser {
     } else if (next_ < arguments_.size() && boolean_word(arguments_[next_])) {
       store(flag, arguments_[next_++]);
     } else {
+      if (next_ == arguments_.size()) open_ = &flag;
       set(flag, true);
     }
   }
@@ -111,6 +129,11 @@ class Parser {
     }
   }
 
+  // The number of the positional argument that fills the flag, which has one.
+  static std::size_t index_of(const Flag& flag) {
+    return flag.positional == Position::unlisted ? 0 : static_cast<std::size_t>(flag.positional);
+  }
+
   void assign_positionals() {
     const auto slots = std::ranges::count_if(
         verb_.flags, [](const Flag& flag) { return flag.positional != Position::none; });
@@ -120,8 +143,7 @@ class Parser {
     }
     for (const Flag& flag : verb_.flags) {
       if (flag.positional == Position::none) continue;
-      const std::size_t index =
-          flag.positional == Position::unlisted ? 0 : static_cast<std::size_t>(flag.positional);
+      const std::size_t index = index_of(flag);
       if (index < positionals_.size() && !parsed_.box.has(flag.name)) {
         store(flag, positionals_[index]);
       }
@@ -169,6 +191,7 @@ class Parser {
   const Verb& verb_;
   const ReadInput& read_input_;
   std::size_t next_ = 0;
+  const Flag* open_ = nullptr;  // the argument taken last, when a value could have followed it
   std::vector<std::string> positionals_;
   Parsed parsed_;
   std::optional<std::string> error_;
@@ -179,6 +202,10 @@ class Parser {
 std::variant<Parsed, ParseError> parse(const std::vector<std::string>& arguments, const Verb& verb,
                                        const ReadInput& read_input) {
   return Parser(arguments, verb, read_input).run();
+}
+
+std::optional<Next> next_after(const std::vector<std::string>& arguments, const Verb& verb) {
+  return Parser(arguments, verb, {}).next();
 }
 
 }  // namespace qv::ArgParser

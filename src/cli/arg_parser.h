@@ -34,4 +34,17 @@ using ReadInput = std::function<std::optional<std::string>()>;
 [[nodiscard]] std::variant<Parsed, ParseError> parse(const std::vector<std::string>& arguments,
                                                      const Verb& verb, const ReadInput& read_input);
 
+// Where a line stands behind its arguments, for whoever completes it. The flags are the verb's.
+struct Next {
+  // The last argument when a value may follow it: a boolean takes what follows only when that
+  // is a boolean word. Null otherwise.
+  const Flag* value_of = nullptr;
+  const Flag* positional = nullptr;  // what the next positional argument fills, if anything
+  std::vector<const Flag*> left;     // those that it still makes sense to give, in their order
+};
+
+// Absent when the arguments are wrong whatever follows them.
+[[nodiscard]] std::optional<Next> next_after(const std::vector<std::string>& arguments,
+                                             const Verb& verb);
+
 }  // namespace qv::ArgParser

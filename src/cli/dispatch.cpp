@@ -8,11 +8,16 @@
 #include <cerrno>
 
 #include "base/io.h"
+#include "base/nearest.h"
 #include "base/text.h"
+#include "base/trace.h"
 #include "board/driver.h"
 #include "cli/arg_parser.h"
+#include "cli/completion.h"
 #include "cli/help.h"
+#include "cli/specials.h"
 #include "cli/verb_table.h"
+#include "command/did_you_mean.h"
 #include "command/exit_code.h"
 #include "command/help_flag.h"
 #include "notes/driver.h"
@@ -27,7 +32,7 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-constexpr std::string_view kVersion = "qv (Quorvel CLI) 1.0.0";
+constexpr std::string_view kVersion = "qv (Quorvel CLI) " QV_VERSION;
 
 Arguments rest_of(const Arguments& arguments) { return {arguments.begin() + 1, arguments.end()}; }
 
@@ -42,6 +47,35 @@ std::optional<std::string> standard_input(CLIRuntime& runtime) {
   return std::string();
 }
 
+std::vector<std::string_view> names_of(const auto& rows) {
+  std::vector<std::string_view> names;
+  for (const auto& row : rows) names.push_back(row.name);
+  return names;
+}
+
+// What was meant by the first word: a group or command, or a verb whose group was forgotten.
+std::string meant_command(std::string_view typed) {
+  auto names = names_of(VerbTable::groups());
+  for (const Special& special : kSpecials) names.push_back(special.name);
+  names.emplace_back("help");
+  const std::string_view name = text::nearest(typed, names);
+  if (!name.empty()) return std::string(name);
+  std::string meant;
+  for (const Group& group : VerbTable::groups()) {
+    if (group.verb(typed) == nullptr) continue;
+    if (!meant.empty()) return "";
+    meant = std::string(group.name) + " " + std::string(typed);
+  }
+  return meant;
+}
+
+std::string meant_flag(std::string_view typed, const Verb& verb) {
+  auto names = names_of(verb.flags);
+  names.insert(names.end(), {"json", "help"});
+  const std::string_view name = text::nearest(typed, names);
+  return name.empty() ? "" : "--" + std::string(name);
+}
+
 ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& arguments,
                   CLIRuntime& runtime) {
   const std::string command = "qv " + std::string(group.name) + " " + std::string(verb.name);
@@ -51,6 +85,7 @@ ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& argumen
   const auto warn_of = [&](const std::vector<std::string>& unknown) {
     for (const std::string& flag : unknown) {
       runtime.err("qv: ignoring unknown flag --" + flag + ". " + help_hint);
+      did_you_mean(meant_flag(flag, verb), runtime);
     }
   };
   if (const auto* error = std::get_if<ArgParser::ParseError>(&outcome)) {
@@ -82,8 +117,10 @@ ExitCode run_group(const Group& group, const Arguments& arguments, CLIRuntime& r
     const std::string name(group.name);
     runtime.err("qv " + name + ": unknown command \"" + arguments.front() + "\". Run `qv " + name +
                 " --help`.");
+    did_you_mean(text::nearest(arguments.front(), names_of(group.verbs)), runtime);
     return ExitCode::usage;
   }
+  trace::step("command ", group.name, " ", verb->name);
   return run_verb(group, *verb, rest_of(arguments), runtime);
 }
 
@@ -111,9 +148,11 @@ int run(const Arguments& typed, CLIRuntime& runtime) {
   if (first == "whoami") return status_of(seat::whoami(rest_of(arguments), runtime));
   if (first == "join") return status_of(seat::join(rest_of(arguments), runtime));
   if (first == "wait") return status_of(waiting::run(rest_of(arguments), runtime));
+  if (first == "__complete") return status_of(Completion::run(rest_of(arguments), runtime));
   const Group* group = VerbTable::group(first);
   if (group == nullptr) {
     runtime.err("qv: unknown command \"" + arguments.front() + "\". Run `qv --help` for the list.");
+    did_you_mean(meant_command(first), runtime);
     return status_of(ExitCode::usage);
   }
   return status_of(run_group(*group, rest_of(arguments), runtime));

@@ -3,25 +3,12 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "cli/specials.h"
 #include "cli/verb_table.h"
 
 namespace qv::Help {
 
 namespace {
-
-struct Special {
-  std::string_view name;
-  std::string_view text;
-};
-
-// The commands that stand beside the groups.
-constexpr Special kSpecials[] = {
-    {"wait", "  Block until this board changes, then print what changed."},
-    {"secret", "  Use a Vault secret without ever seeing its value."},
-    {"whoami", "  Which Thread and seat this terminal is."},
-    {"join", "  Join this terminal to a Thread as an external agent seat."},
-    {"brief", "  The full protocol for working this board."},
-};
 
 constexpr std::string_view kOpening =
     "qv — the Quorvel board, notes and vault, from this terminal.\n"
@@ -59,10 +46,6 @@ std::size_t widest_name(const Rows& rows, std::size_t at_least) {
   return at_least;
 }
 
-bool in_usage(const Flag& flag) {
-  return flag.positional != Position::none && flag.positional != Position::unlisted;
-}
-
 std::string usage_line(std::string_view command, const Verb& verb) {
   std::string out = "  " + std::string(command);
   for (const Flag& flag : verb.flags) {
@@ -95,6 +78,10 @@ std::string flag_rows(const Verb& verb) {
 
 }  // namespace
 
+bool in_usage(const Flag& flag) {
+  return flag.positional != Position::none && flag.positional != Position::unlisted;
+}
+
 std::string top_level() {
   constexpr std::size_t kNarrowest = 8;
   const std::size_t width = widest_name(VerbTable::groups(), kNarrowest);
@@ -104,8 +91,8 @@ std::string top_level() {
     out += group.summary;
   }
   for (const Special& special : kSpecials) {
-    out += "\n  " + text::padded(special.name, width);
-    out += special.text;
+    out += "\n  " + text::padded(special.name, width) + "  ";
+    out += special.summary;
   }
   out += kClosing;
   return out;

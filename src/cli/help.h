@@ -13,6 +13,9 @@ namespace qv::Help {
 [[nodiscard]] std::string group(const Group& group);
 [[nodiscard]] std::string verb(const Group& group, const Verb& verb);
 
+// Whether the verb's usage line names the flag as an argument.
+[[nodiscard]] bool in_usage(const Flag& flag);
+
 // The whole working protocol, for an agent that reads nothing else.
 [[nodiscard]] std::string brief();
 

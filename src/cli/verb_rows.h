@@ -29,6 +29,16 @@ constexpr Flag at(Position position, Flag flag) {
   flag.positional = position;
   return flag;
 }
+constexpr Flag naming(Values values, Flag flag) {
+  flag.values = values;
+  return flag;
+}
+constexpr Flag task(Flag flag) { return naming(Values::tasks, flag); }
+constexpr Flag peer(Flag flag) { return naming(Values::handles, flag); }
+constexpr Flag one_of(std::span<const std::string_view> words, Flag flag) {
+  flag.words = words;
+  return flag;
+}
 constexpr Flag first(Flag flag) { return at(Position::first, flag); }
 constexpr Flag second(Flag flag) { return at(Position::second, flag); }
 constexpr Flag third(Flag flag) { return at(Position::third, flag); }

@@ -3,11 +3,13 @@
 // The verbs of the four groups that talk to the board: each with its method on the wire
 // and its flags in the order help shows them.
 
+#include "board/human_ask.h"
 #include "cli/verb_rows.h"
 
 namespace qv::VerbTable {
 
-inline constexpr Flag kTaskID = required(first(text("taskID", "The task id, e.g. T-42.")));
+inline constexpr Flag kTaskID = required(first(task(text("taskID", "The task id, e.g. T-42."))));
+inline constexpr std::string_view kIncludes[] = {"active", "all"};
 
 inline constexpr std::string_view kUnregisterDetail =
     "The clean way to stop. Ticket briefs, progress logs and discussions become unreadable "
@@ -52,38 +54,38 @@ inline constexpr Flag kTaskAddFlags[] = {
     required(first(text("title", "One-line task title."))),
     text("body", "The brief: approach, boundary, done-when."),
     text("summary", "1-2 plain sentences for the human. Capped at 280."),
-    list("waitsOn", "Task ids this one is blocked behind."),
+    task(list("waitsOn", "Task ids this one is blocked behind.")),
     number("priority", "Higher sorts first."),
     text("type", "Task type tag."),
     list("resources", "Resources this task will hold."),
     text("assignedRole", "Route to a role instead of the pool."),
     text("routedToFingerprint", "Route to one specific seat."),
-    text("to",
-         "File it ALREADY HANDED to a peer, by handle (e.g. KQ3). One write instead "
-         "of add-then-assign, so nobody can claim it in between. It wakes them and "
-         "leaves everyone else's pool.")};
-inline constexpr Flag kTaskListFlags[] = {
-    text("include", "\"active\" (default) or \"all\" to include done/rejected.")};
+    peer(text("to",
+              "File it ALREADY HANDED to a peer, by handle (e.g. KQ3). One write instead "
+              "of add-then-assign, so nobody can claim it in between. It wakes them and "
+              "leaves everyone else's pool."))};
+inline constexpr Flag kTaskListFlags[] = {one_of(
+    kIncludes, text("include", "\"active\" (default) or \"all\" to include done/rejected."))};
 inline constexpr Flag kTaskReadFlags[] = {kTaskID, number("offset", "First body line to print."),
                                           number("limit", "How many body lines to print."),
                                           number("logOffset", "First log line to print."),
                                           number("logLimit", "How many log lines to print.")};
 inline constexpr Flag kTaskClaimFlags[] = {kTaskID};
 inline constexpr Flag kTaskUpdateFlags[] = {
-    first(text("taskID", "The task id. Omit to address the board itself.")),
+    first(task(text("taskID", "The task id. Omit to address the board itself."))),
     text("progress", "One line appended to the task log."),
     text("summary", "Replace the human-facing gist."),
     text("title", "Retitle the task."),
     text("body", "Replace the brief."),
     boolean("blocked", "Raise or clear a blocker."),
     text("blockerQuestion", "What the human must answer."),
-    text("blockerKind", "Typed blocker kind."),
+    one_of(TeamworkHumanAsk::kKinds, text("blockerKind", "Typed blocker kind.")),
     list("blockerOptions", "Choices the human picks from."),
     text("blockerSecretName", "Name of the credential needed."),
     text("blockerArtifact", "Artifact the human must supply."),
     text("blockerConsequence", "What stays broken until answered."),
     text("parkReason", "Why this task is parked."),
-    list("waitsOn", "Task ids this one waits on."),
+    task(list("waitsOn", "Task ids this one waits on.")),
     number("priority", "Higher sorts first."),
     text("type", "Task type tag."),
     list("resource", "Resources this task holds."),
@@ -104,7 +106,7 @@ inline constexpr Flag kTaskVerifyFlags[] = {
     text("note", "Verdict note.")};
 inline constexpr Flag kTaskCommentFlags[] = {
     kTaskID, text("text", "The comment."), text("summary", "Also refresh the human gist."),
-    list("tags", "@-tag these agents."),
+    peer(list("tags", "@-tag these agents.")),
     boolean("editLast", "Amend your previous comment instead.")};
 
 inline constexpr Verb kTaskVerbs[] = {
@@ -174,14 +176,15 @@ inline constexpr Verb kBoardVerbs[] = {
 };
 
 inline constexpr Flag kSquadAssignFlags[] = {
-    kTaskID, required(second(text("to", "The peer's handle from `qv board agents`, e.g. KQ3.")))};
+    kTaskID,
+    required(second(peer(text("to", "The peer's handle from `qv board agents`, e.g. KQ3."))))};
 inline constexpr Flag kSquadMessageFlags[] = {
-    required(first(text("to", "The peer's handle, e.g. KQ3."))),
+    required(first(peer(text("to", "The peer's handle, e.g. KQ3.")))),
     required(second(text("text", "The note. One or two sentences. Use - to read stdin.")))};
 inline constexpr Flag kSquadHandsFlags[] = {
     first(text("title", "One line naming NEW work. Omit it when you pass --taskID.")),
     second(text("brief", "The brief: approach, boundary, done-when. Use - for stdin.")),
-    text("taskID", "A ticket already on the board, taken instead of filing a copy."),
+    task(text("taskID", "A ticket already on the board, taken instead of filing a copy.")),
     text("to",
          "Another of your Macs, by tag (@laptop), when the terminal should open "
          "there. It has to be awake."),
@@ -189,9 +192,9 @@ inline constexpr Flag kSquadHandsFlags[] = {
          "The helper to start, by name as `qv board agents` lists it. Required when "
          "more than one is allowed.")};
 inline constexpr Flag kSquadStopFlags[] = {required(
-    unlisted(text("to",
-                  "The helper's handle, as `qv board agents` lists it under HELPERS RUNNING "
-                  "HERE.")))};
+    unlisted(peer(text("to",
+                       "The helper's handle, as `qv board agents` lists it under HELPERS RUNNING "
+                       "HERE."))))};
 inline constexpr Flag kSquadSuggestFlags[] = {
     first(text("name", "What to call it, as agents will ask for it.")),
     second(text("command", "The command line that starts it, e.g. \"claude --model sonnet\".")),
@@ -213,8 +216,8 @@ inline constexpr Verb kSquadVerbs[] = {
 
 inline constexpr Flag kDiscussOpenFlags[] = {
     required(first(text("question", "What is in doubt."))),
-    text("taskID", "Attach to a task. Omit for the board."),
-    list("addressTo", "Address specific agents.")};
+    task(text("taskID", "Attach to a task. Omit for the board.")),
+    peer(list("addressTo", "Address specific agents."))};
 inline constexpr Flag kDiscussReplyFlags[] = {
     required(first(text("discussionID", "The debate id."))),
     required(second(text("text", "Your reply.")))};

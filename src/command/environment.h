@@ -4,7 +4,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "bridge/discovery.h"
 #include "bridge/endpoint.h"
 
 namespace qv {
@@ -26,6 +28,12 @@ struct CLIEnvironment {
   [[nodiscard]] static CLIEnvironment from(const EnvironmentMap& variables,
                                            const std::string& application_support);
 };
+
+// Every socket of this kind of bridge that a variable, the seat file or the folders of instances
+// point to, the one with the most weight first; a path may come more than once.
+[[nodiscard]] std::vector<bridge::Endpoint> every_endpoint(BridgeDiscovery::Kind kind,
+                                                           const EnvironmentMap& variables,
+                                                           const std::string& application_support);
 
 // The variables of this process.
 [[nodiscard]] std::optional<std::string> process_variable(std::string_view name);

@@ -12,16 +12,23 @@
 
 namespace qv {
 
-PaneStateStore::PaneStateStore(const std::string& sessionID, const std::string& collabSocket) {
+std::optional<std::string> PaneStateStore::file_of(const std::string& sessionID,
+                                                   const std::string& collabSocket) {
   const std::string name = text::letters_digits_hyphens(sessionID);
-  if (name.empty()) return;
+  if (name.empty()) return std::nullopt;
   const std::string directory = collabSocket.empty()
                                     ? platform::temporary_directory() + "/quorvel-cli-state"
                                     : files::directory_of(collabSocket) + "/cli-state";
+  return directory + "/" + name + ".json";
+}
+
+PaneStateStore::PaneStateStore(const std::string& sessionID, const std::string& collabSocket) {
+  const auto file = file_of(sessionID, collabSocket);
+  if (!file) return;
+  const std::string directory = files::directory_of(*file);
   files::make_private_directories(directory);
   // A directory that somebody else made in a shared place is no place for this record.
-  if (!files::is_own_directory(directory)) return;
-  file_ = directory + "/" + name + ".json";
+  if (files::is_own_directory(directory)) file_ = file;
 }
 
 std::optional<PaneState> PaneStateStore::read() const {

@@ -39,6 +39,10 @@ class PaneStateStore {
   // and is named after the session. Its directory is created with mode 0700.
   PaneStateStore(const std::string& sessionID, const std::string& collabSocket);
 
+  // The file; absent when the pane has no place on disk. Nothing is created.
+  [[nodiscard]] static std::optional<std::string> file_of(const std::string& sessionID,
+                                                          const std::string& collabSocket);
+
   // The record, which is the default one while there is none or none that makes sense. Absent
   // when there may well be one, but the system would not let it be read.
   [[nodiscard]] std::optional<PaneState> read() const;

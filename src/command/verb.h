@@ -19,13 +19,23 @@ enum class Position : std::int8_t {
   unlisted = 3,  // the first positional fills it, though help shows it as a flag only
 };
 
+// What a text names on the board, for whoever completes a command line.
+enum class Values : std::uint8_t { any, tasks, handles };
+
 struct Flag {
   std::string_view name;  // without dashes
   FlagKind kind = FlagKind::string;
   bool required = false;
   Position positional = Position::none;
   std::string_view help;
+  Values values = Values::any;
+  std::span<const std::string_view> words = {};  // those it may be, where they are known
 };
+
+// What every command takes that has an answer of the app's to print.
+inline constexpr Flag kJSONFlag{.name = "json",
+                                .kind = FlagKind::boolean,
+                                .help = "Print the bridge's raw JSON instead of prose."};
 
 struct Verb {
   std::string_view name;    // as typed after the group

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/trace.h"
 #include "bridge/complaints.h"
 #include "bridge/endpoint.h"
 #include "notes/note_stream.h"
@@ -65,6 +66,8 @@ ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON, CLIRuntime& 
   const auto reply = json::parse(answer.json());
   std::optional<MCPBridgeResponse> response(std::in_place);
   if (!reply || !record::decode(*reply, *response)) response.reset();
+
+  trace::step(response ? record::word(response->kind) : "nothing readable", " in the reply");
 
   const ExitCode status = status_for(response, verb);
   if (wantsJSON) {

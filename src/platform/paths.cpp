@@ -1,8 +1,5 @@
 #include "platform/paths.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <cstdlib>
 
 namespace qv::platform {
@@ -19,8 +16,7 @@ bool is_instance_name(std::string_view name) {
 std::string home_directory() {
   const char* home = std::getenv("HOME");
   if (home != nullptr && *home == '/') return without_final_slashes(home);
-  const passwd* entry = ::getpwuid(::getuid());
-  return entry != nullptr && entry->pw_dir != nullptr ? without_final_slashes(entry->pw_dir) : "";
+  return without_final_slashes(home_in_user_database());
 }
 
 }  // namespace qv::platform

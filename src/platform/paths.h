@@ -12,6 +12,9 @@ namespace qv::platform {
 // $HOME when it is an absolute path, else the user database's entry; empty when neither says.
 [[nodiscard]] std::string home_directory();
 
+// What the user database says, as it stands there; empty when it does not know the user.
+[[nodiscard]] std::string home_in_user_database();
+
 // The directory that holds the folders of the app's instances; not created.
 [[nodiscard]] std::string application_support_directory();
 

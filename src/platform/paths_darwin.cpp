@@ -1,3 +1,4 @@
+#include <pwd.h>
 #include <unistd.h>
 
 #include <climits>
@@ -6,6 +7,11 @@
 #include "platform/paths.h"
 
 namespace qv::platform {
+
+std::string home_in_user_database() {
+  const passwd* entry = ::getpwuid(::getuid());
+  return entry != nullptr && entry->pw_dir != nullptr ? entry->pw_dir : "";
+}
 
 std::string application_support_directory() {
   return home_directory() + "/Library/Application Support";

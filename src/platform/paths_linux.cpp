@@ -1,13 +1,19 @@
 // The app's own folder on Linux may be where a Linux program's is or where the app's is on
 // macOS. Which of the two was made last says nothing: what decides is where an instance keeps
 // something. The ledger of builds does not count, as it is below ~/Library on every system.
+//
+// The user database is its file alone. The C library's own calls ask other sources as well, but
+// through shared libraries that they load, and the installed program is to need none.
 
 #include "platform/paths.h"
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 
 #include "base/files.h"
+#include "base/text.h"
 
 namespace qv::platform {
 
@@ -23,6 +29,18 @@ bool holds_an_instance(const std::string& base) {
 }
 
 }  // namespace
+
+// "name:password:user:group:comment:home:shell"
+std::string home_in_user_database() {
+  const std::string users = files::read("/etc/passwd").value_or("");
+  for (const std::string_view line : text::split(users, '\n')) {
+    const auto fields = text::split(line, ':');
+    if (fields.size() > 5 && fields[2] == std::to_string(::getuid())) {
+      return std::string(fields[5]);
+    }
+  }
+  return "";
+}
 
 std::string application_support_directory() {
   const char* data = std::getenv("XDG_DATA_HOME");

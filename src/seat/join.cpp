@@ -162,8 +162,7 @@ ExitCode join_any_instance(const Claim& claim, bool wantsJSON, CLIRuntime& runti
 }  // namespace
 
 ExitCode join(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
-  constexpr std::string_view kNamed[] = {"as", "name"};
-  const Options options = parse_options(arguments, kNamed);
+  const Options options = parse_options(arguments, kJoinFlags);
   if (const auto status = settled(options, "join", kHelp, runtime)) return *status;
   const CLIEnvironment& env = runtime.env();
   files::remove_leftovers(files::directory_of(env.agentSeatFile));

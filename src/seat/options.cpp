@@ -2,15 +2,18 @@
 
 #include <algorithm>
 
+#include "base/nearest.h"
+#include "command/did_you_mean.h"
 #include "command/help_flag.h"
 #include "command/typed_flag.h"
 
 namespace qv::seat {
 
-Options parse_options(const std::vector<std::string>& arguments,
-                      std::span<const std::string_view> named) {
+Options parse_options(const std::vector<std::string>& arguments, std::span<const Flag> named) {
   Options options;
   options.wantsHelp = asks_for_help(arguments);
+  options.known.assign(1, "help");
+  for (const Flag& flag : named) options.known.push_back(flag.name);
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const auto typed = typed_flag(arguments[i]);
     if (!typed) {
@@ -20,7 +23,7 @@ Options parse_options(const std::vector<std::string>& arguments,
     const std::string name(typed->name);
     if (name == "json") {
       options.wantsJSON = true;
-    } else if (std::ranges::find(named, name) == named.end()) {
+    } else if (std::ranges::find(named, name, &Flag::name) == named.end()) {
       options.unknown.push_back(name);
     } else if (typed->value) {
       options.values[name] = *typed->value;
@@ -46,6 +49,8 @@ std::optional<ExitCode> settled(const Options& options, std::string_view command
   }
   for (const std::string& name : options.unknown) {
     runtime.err("qv: ignoring unknown flag --" + name + ". Run `" + path + " --help`.");
+    const std::string_view meant = text::nearest(name, options.known);
+    did_you_mean(meant.empty() ? "" : "--" + std::string(meant), runtime);
   }
   return std::nullopt;
 }

@@ -9,6 +9,7 @@
 
 #include "command/exit_code.h"
 #include "command/runtime.h"
+#include "command/verb.h"
 
 namespace qv::seat {
 
@@ -17,16 +18,17 @@ struct Options {
   bool wantsHelp = false;
   bool wantsJSON = false;
   std::map<std::string, std::string, std::less<>> values;  // the options that take a name
-  std::vector<std::string> words;    // what is neither an option nor an option's value
-  std::vector<std::string> unknown;  // without dashes, in the order met
-  std::string nameless;              // the first option that lacks its name; mostly empty
+  std::vector<std::string> words;       // what is neither an option nor an option's value
+  std::vector<std::string> unknown;     // without dashes, in the order met
+  std::string nameless;                 // the first option that lacks its name; mostly empty
+  std::vector<std::string_view> known;  // every option there is, without dashes
 };
 
-// An option in `named` takes a name: behind "=", or the next argument unless that begins
+// A text among `named` takes a name: behind "=", or the next argument unless that begins
 // with "--", so that a forgotten name never swallows an option. Help is asked for by
 // "--help" or "-h" anywhere, even where a name stands.
 [[nodiscard]] Options parse_options(const std::vector<std::string>& arguments,
-                                    std::span<const std::string_view> named);
+                                    std::span<const Flag> named);
 
 // What both commands do before their own work: help ends a command, a missing name is
 // refused, and an unknown option is warned about and passed over. Absent when there is

@@ -12,6 +12,7 @@
 #include "base/files.h"
 #include "base/foreground.h"
 #include "base/text.h"
+#include "base/trace.h"
 #include "bridge/complaints.h"
 #include "bridge/trust.h"
 #include "command/exit_code.h"
@@ -80,6 +81,7 @@ int secret(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
     if (foreign) runtime.err(distrust_of(*foreign));
     return status_of(ExitCode::unavailable);
   }
+  trace::step("broker ", broker, " with ", arguments.size(), " arguments");
   const auto status = run_in_foreground(broker, arguments);
   if (status) return *status;
   runtime.err("qv secret: could not start the broker: " + std::string(std::strerror(errno)));

@@ -114,8 +114,7 @@ SeatReport gather(CLIRuntime& runtime) {
 }  // namespace
 
 ExitCode whoami(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
-  constexpr std::string_view kNamed[] = {"set"};
-  const Options options = parse_options(arguments, kNamed);
+  const Options options = parse_options(arguments, kWhoamiFlags);
   if (const auto status = settled(options, "whoami", kHelp, runtime)) return *status;
   if (runtime.env().sessionID.empty()) {
     runtime.err(complaints::kNotInThread);

@@ -5,8 +5,12 @@
 
 #include "command/exit_code.h"
 #include "command/runtime.h"
+#include "command/verb.h"
 
 namespace qv::seat {
+
+inline constexpr Flag kWhoamiFlags[] = {
+    {.name = "set", .help = "Your name on the board and in notes."}, kJSONFlag};
 
 // Runs `qv whoami` with the arguments behind the word: reports which pane and seat this
 // terminal is, or sets its name.

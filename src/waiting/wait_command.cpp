@@ -10,6 +10,7 @@
 #include "base/io.h"
 #include "bridge/complaints.h"
 #include "bridge/endpoint.h"
+#include "command/did_you_mean.h"
 #include "command/help_flag.h"
 #include "platform/clock.h"
 #include "platform/memory.h"
@@ -104,6 +105,7 @@ ExitCode run(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
   const auto options = parse_wait_options(arguments);
   if (const auto* error = std::get_if<UsageError>(&options)) {
     runtime.err(error->message);
+    did_you_mean(error->meant, runtime);
     return ExitCode::usage;
   }
   RealWorld world(runtime, parent);

@@ -10,6 +10,7 @@
 #include <limits>
 #include <utility>
 
+#include "base/trace.h"
 #include "board/reply_rendering.h"
 #include "board/response.h"
 #include "bridge/transport.h"
@@ -58,11 +59,14 @@ class Wait {
     const auto reply = bytes ? json::parse(*bytes) : std::nullopt;
     TeamworkResponse response;
     if (!reply || !record::decode(*reply, response)) {
+      trace::step("the wait goes on: ", bytes ? "the answer is not readable" : "no answer came");
       world_.sleep(kRetrySeconds);
       return std::nullopt;
     }
     if (const auto result = answer(response, *reply)) return result;
 
+    trace::step("the wait goes on: ", record::word(response.kind), " at rev ", cursor_,
+                " is no reason to end it");
     const double passed = world_.monotonic() - started;
     if (passed < kPollSpacingSeconds) world_.sleep(kPollSpacingSeconds - passed);
     return std::nullopt;

@@ -1,5 +1,8 @@
 #include "waiting/wait_options.h"
 
+#include <algorithm>
+
+#include "base/nearest.h"
 #include "base/text.h"
 
 namespace qv::waiting {
@@ -13,7 +16,10 @@ class Reader {
   std::variant<WaitOptions, UsageError> run() {
     while (next_ < arguments_.size()) {
       const std::string& argument = arguments_[next_++];
-      if (const std::string problem = take(argument); !problem.empty()) return UsageError{problem};
+      const auto flag = std::ranges::find(kFlags, argument, &KnownFlag::name);
+      if (flag == std::end(kFlags)) return unknown(argument);
+      const std::string problem = flag->take(*this);
+      if (!problem.empty()) return UsageError{problem};
     }
     if (options_.stand_down && options_.follow) {
       return UsageError{
@@ -24,22 +30,29 @@ class Reader {
   }
 
  private:
-  // What is wrong with the argument; empty when nothing is.
-  std::string take(const std::string& argument) {
-    if (argument == "--json") return set(options_.json);
-    if (argument == "--follow") return set(options_.follow);
-    if (argument == "--stand-down") return set(options_.stand_down);
-    if (argument == "--wake-on-claims") return set(options_.wake_on_claims);
-    if (argument == "--timeout") return take_timeout();
-    if (argument == "--scope") return take_scope();
-    if (argument == "--park-reason") return take_park_reason();
-    if (argument == "--since") return take_since();
-    return "qv wait: unknown flag \"" + argument + "\". Run `qv wait --help`.";
+  // Each take says what is wrong with the flag; nothing when it is right.
+  struct KnownFlag {
+    std::string_view name;
+    std::string (*take)(Reader& reader);
+  };
+  static const KnownFlag kFlags[8];
+
+  template <bool WaitOptions::*Option>
+  static std::string set(Reader& reader) {
+    reader.options_.*Option = true;
+    return "";
   }
 
-  static std::string set(bool& option) {
-    option = true;
-    return "";
+  template <std::string (Reader::*Take)()>
+  static std::string call(Reader& reader) {
+    return (reader.*Take)();
+  }
+
+  static UsageError unknown(const std::string& argument) {
+    std::vector<std::string_view> names{"--help"};
+    for (const KnownFlag& flag : kFlags) names.push_back(flag.name);
+    return {"qv wait: unknown flag \"" + argument + "\". Run `qv wait --help`.",
+            text::nearest(argument, names)};
   }
 
   const std::string* value() { return next_ < arguments_.size() ? &arguments_[next_++] : nullptr; }
@@ -82,6 +95,17 @@ class Reader {
   const std::vector<std::string>& arguments_;
   std::size_t next_ = 0;
   WaitOptions options_;
+};
+
+constexpr Reader::KnownFlag Reader::kFlags[] = {
+    {"--json", &set<&WaitOptions::json>},
+    {"--follow", &set<&WaitOptions::follow>},
+    {"--stand-down", &set<&WaitOptions::stand_down>},
+    {"--wake-on-claims", &set<&WaitOptions::wake_on_claims>},
+    {"--timeout", &call<&Reader::take_timeout>},
+    {"--scope", &call<&Reader::take_scope>},
+    {"--park-reason", &call<&Reader::take_park_reason>},
+    {"--since", &call<&Reader::take_since>},
 };
 
 }  // namespace

@@ -3,8 +3,11 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
+
+#include "command/verb.h"
 
 namespace qv::waiting {
 
@@ -19,8 +22,34 @@ struct WaitOptions {
   std::optional<std::int64_t> since;  // none: the pane's cursor
 };
 
+// What can be given, each shortly; the help has more to say.
+inline constexpr Flag kWaitFlags[] = {
+    {.name = "follow",
+     .kind = FlagKind::boolean,
+     .help = "Do not exit on a change: print one line per move."},
+    {.name = "timeout",
+     .kind = FlagKind::integer,
+     .help = "Give up after n seconds with nothing changed."},
+    {.name = "scope",
+     .kind = FlagKind::list,
+     .help = "Only wake for these tasks. Default: the whole board.",
+     .values = Values::tasks},
+    {.name = "wake-on-claims",
+     .kind = FlagKind::boolean,
+     .help = "Also wake on a claim, a block and an unblock."},
+    {.name = "park-reason", .help = "What you are waiting for, shown to the human."},
+    {.name = "stand-down",
+     .kind = FlagKind::boolean,
+     .help = "You have finished: stay listening, but step off the pool."},
+    {.name = "since",
+     .kind = FlagKind::integer,
+     .help = "Start from this revision instead of this pane's cursor."},
+    kJSONFlag,
+};
+
 struct UsageError {
   std::string message;
+  std::string_view meant = {};  // the flag that was probably meant; mostly empty
 };
 
 // Reads the arguments behind `qv wait`, left to right; the first error wins. A flag's value

@@ -57,13 +57,11 @@ class Panes(unittest.TestCase):
         with socket.socket(socket.AF_UNIX) as probe:
             return probe.connect_ex(instance + BOARD) == 0
 
-    def play(self, session, form, before="", between=""):
-        """What the session's commands, each in the form, print in a fresh sandbox."""
-        commands = re.findall(r"^\$ (.*)$", session, re.M)
-        self.assertGreater(len(commands), 5)
-        return self.run_pane(before + between.join(
-            "echo '$ %s'\n%s\n" % (command.replace("'", "'\\''"), form % command)
-            for command in commands))
+    def play(self, session):
+        """What the session's commands print in a fresh sandbox, without what is always there."""
+        return self.run_pane(PEER + "".join(
+            "echo '$ %s'\n%s\n" % (command.replace("'", "'\\''"), ESSENTIAL % command)
+            for command in re.findall(r"^\$ (.*)$", session, re.M)))
 
     def run_pane(self, script):
         """What the script prints in the first pane of a fresh sandbox."""

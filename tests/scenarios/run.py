@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs one scenario file against the real program over real sockets.
+"""Runs one scenario, or the examples of one document, with the real program over real sockets.
 
 A scenario is a transcript. A case begins with what is typed and ends with the status:
 
@@ -15,9 +15,14 @@ its envelope, which is checked against the pane's; "*" stands for any number. An
 `!stall`, `!late TEXT` (after a second), `!drip TEXT` (a byte at a time), `!raw BYTES` (a Python string literal, nothing
 added), `!early TEXT` (answered before the request is read), `!sized N` (a reply of N bytes).
 Cases of one file share a home, so what one leaves on disk the next one finds.
+
+In a document (.md) the blocks marked `console` are such transcripts. There a case also ends, with
+status 0, where the next one begins or the block ends, and a case that shows no exchange is played
+in the practice app: all of a document's in one pane. "$ " begins a line in no other block.
 """
 
 import ast
+import contextlib
 import difflib
 import json
 import os
@@ -41,30 +46,51 @@ class Case:
         self.exchanges = {name: [] for name in BRIDGES}  # [request, answer] pairs
 
 
+def lines_of(path):
+    """The numbered lines of a scenario, or of a document's examples as a scenario has them."""
+    with open(path, encoding="utf-8") as file:
+        lines = [(number, line.rstrip("\n")) for number, line in enumerate(file, 1)]
+    if not path.endswith(".md"):
+        return lines
+    kept, block, inside = [], None, False
+    for number, line in lines:
+        fence, command = line.startswith("```"), block is not None and line.startswith("$ ")
+        if command and block != "console":
+            sys.exit(f"{path}:{number}: an example that is not run: {line}")
+        if inside and (fence or command):
+            while not kept[-1][1]:
+                kept.pop()
+            kept.append((number, "= 0"))
+        if not fence and block == "console":
+            kept.append((number, line))
+        inside = not fence and (command or inside and not line.startswith("= "))
+        if fence:
+            block = line[3:] if block is None else None
+    return kept
+
+
 def parse(path):
     cases, case = [], None
-    with open(path, encoding="utf-8") as file:
-        for number, line in enumerate(file, 1):
-            line = line.rstrip("\n")
-            bridge = line.split("<")[0].split(">")[0]
-            if case is None:
-                if line.startswith("$ "):
-                    case = Case(number, line[2:])
-                elif line and not line.startswith("#"):
-                    sys.exit(f"{path}:{number}: text outside a case: {line}")
-            elif line.startswith("= "):
-                case.status = int(line[2:])
-                cases.append(case)
-                case = None
-            elif line.startswith("2> "):
-                case.err.append(line[3:])
-            elif bridge in BRIDGES and line[len(bridge):].startswith("< "):
-                case.exchanges[bridge].append([json.loads(line[len(bridge) + 2:]), "!close"])
-            elif bridge in BRIDGES and line[len(bridge):].startswith("> "):
-                case.exchanges[bridge][-1][1] = line[len(bridge) + 2:]
-            else:
-                case.out.append(line)
-    if case is not None or not cases:
+    for number, line in lines_of(path):
+        bridge = line.split("<")[0].split(">")[0]
+        if case is None:
+            if line.startswith("$ "):
+                case = Case(number, line[2:])
+            elif line and not line.startswith("#"):
+                sys.exit(f"{path}:{number}: text outside a case: {line}")
+        elif line.startswith("= "):
+            case.status = int(line[2:])
+            cases.append(case)
+            case = None
+        elif line.startswith("2> "):
+            case.err.append(line[3:])
+        elif bridge in BRIDGES and line[len(bridge):].startswith("< "):
+            case.exchanges[bridge].append([json.loads(line[len(bridge) + 2:]), "!close"])
+        elif bridge in BRIDGES and line[len(bridge):].startswith("> "):
+            case.exchanges[bridge][-1][1] = line[len(bridge) + 2:]
+        else:
+            case.out.append(line)
+    if case is not None or not (cases or path.endswith(".md")):
         sys.exit(f"{path}: a case has no status line, or there is no case")
     return cases
 
@@ -143,7 +169,16 @@ def dump(value):
     return json.dumps(value, sort_keys=True, ensure_ascii=False)
 
 
-def environment(program, home, servers):
+@contextlib.contextmanager
+def practice_pane(program, env):
+    """The environment of a pane of the practice app, which runs as long as it is used."""
+    script = "import json, os, sys; print(json.dumps(dict(os.environ)), flush=True); sys.stdin.read()"
+    with subprocess.Popen([program + "-sandbox", "--", sys.executable, "-c", script], env=env, text=True,
+                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as pane:
+        yield json.loads(pane.stdout.readline())
+
+
+def environment(program, home):
     kept = {name: os.environ[name] for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS") if name in os.environ}
     return kept | {
         "PATH": os.path.dirname(program) + ":/usr/bin:/bin",
@@ -151,9 +186,7 @@ def environment(program, home, servers):
         "TMPDIR": home,
         "LC_ALL": "C",
         "PYTHON": sys.executable,
-        "QUORVEL_SESSION_ID": SESSION,
-        "QUORVEL_COLLAB_SOCKET": servers["board"].path,
-        "QUORVEL_MCP_SOCKET": servers["notes"].path,
+        "QUORVEL_BUILD_MEMORY_OFF": "1",
     }
 
 
@@ -189,11 +222,16 @@ def main():
         servers = {name: Server(name, home) for name in BRIDGES}
         for server in servers.values():
             server.start()
-        for case in cases:
-            faults = run_case(case, environment(program, home, servers), home, servers)
-            failed += bool(faults)
-            for fault in faults:
-                print(f"{path}:{case.line}: $ {case.command}\n{fault}\n")
+        env = environment(program, home)
+        bridged = env | {"QUORVEL_SESSION_ID": SESSION, "QUORVEL_COLLAB_SOCKET": servers["board"].path,
+                         "QUORVEL_MCP_SOCKET": servers["notes"].path}
+        app = practice_pane(program, env) if path.endswith(".md") else contextlib.nullcontext(bridged)
+        with app as pane:
+            for case in cases:
+                faults = run_case(case, bridged if any(case.exchanges.values()) else pane, home, servers)
+                failed += bool(faults)
+                for fault in faults:
+                    print(f"{path}:{case.line}: $ {case.command}\n{fault}\n")
     finally:
         shutil.rmtree(home, ignore_errors=True)
     print(f"{len(cases) - failed} passed, {failed} failed")

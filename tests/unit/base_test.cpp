@@ -2,6 +2,7 @@
 #include <cstring>
 #include <random>
 
+#include "base/nearest.h"
 #include "base/record.h"
 #include "base/text.h"
 #include "support.h"
@@ -177,6 +178,32 @@ TEST(Record, PresenceAndTypes) {
                           R"({"id":"x","flag":"true"})", R"(["id"])"}) {
     EXPECT_FALSE(record::from_text<Sample>(bad)) << bad;
   }
+}
+
+TEST(Nearest, ForgivesWhatTheLengthOfAWordAllows) {
+  EXPECT_EQ(text::distance("", "abc"), 3U);
+  EXPECT_EQ(text::distance("abcd", "bacd"), 1U) << "neighbours exchanged";
+  EXPECT_EQ(text::distance("kitten", "sitting"), 3U);
+  constexpr std::string_view kNames[] = {"add", "update", "stand-down", "--waitsOn", "adds"};
+  struct {
+    std::string_view typed;
+    std::string_view nearest;
+  } constexpr kCases[] = {
+      {"ad", "add"},
+      {"dad", "add"},
+      {"bid", ""},
+      {"UPDTAE", "update"},
+      {"uptodate", "update"},
+      {"upload", ""},
+      {"satnd-dwon", "stand-down"},
+      {"--waitson", "--waitsOn"},
+      {"waitOn", "--waitsOn"},
+      {"", ""},
+      {"--", ""},
+      {"\xff", ""},
+  };
+  for (const auto& [typed, nearest] : kCases)
+    EXPECT_EQ(text::nearest(typed, kNames), nearest) << typed;
 }
 
 }  // namespace

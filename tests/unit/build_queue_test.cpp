@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/files.h"
 #include "builds/queue_view.h"
 
 namespace qv::build {
@@ -62,6 +63,19 @@ WAITING
       render(later).substr(render(later).find("\n\n")),
       "\n\n1 core, 0 of 1 jobs in use. Memory: pressure critical. The governing of memory is off.");
   EXPECT_EQ(render(queue_of({}, memory, 0)), "No wrapped build runs or waits.");
+}
+
+TEST(BuildQueue, IsShownAsTheDocumentSays) {
+  std::vector<SeenBuild> builds{seen(4711, 1000, {"qv", "__build", "/bin/cargo", "build"}, 4),
+                                seen(4790, 1085, {"qv", "__build", "/bin/go", "test"}),
+                                seen(4803, 1113, {"qv", "__build", "/bin/cargo", "check"})};
+  builds[0].folder = "/home/ada/reader";
+  builds[1].folder = "/home/ada/records";
+  builds[2].folder = "/home/ada/importer";
+  const std::string shown =
+      render(queue_of(builds, {.cores = 4, .available = 10'000'000'000}, 1125));
+  const auto document = files::read(QV_DOCUMENTS "/builds.md");
+  EXPECT_NE(document.value_or("").find("\n" + shown + "\n"), std::string::npos) << shown;
 }
 
 }  // namespace

@@ -1,3 +1,6 @@
+#include <pwd.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdlib>
 #include <vector>
@@ -41,6 +44,7 @@ TEST(LinuxPaths, AsTheVariablesAndTheFoldersSay) {
     EXPECT_EQ(temporary_directory(), expected);
   }
   for (const auto* name : {"HOME", "XDG_DATA_HOME", "TMPDIR", "XDG_RUNTIME_DIR"}) ::unsetenv(name);
+  EXPECT_EQ(home_directory(), ::getpwuid(::getuid())->pw_dir);
 }
 
 }  // namespace

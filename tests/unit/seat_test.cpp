@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include "base/foreground.h"
+#include "seat/join.h"
 #include "seat/options.h"
 #include "seat/seat_secret.h"
 #include "support.h"
@@ -72,9 +73,9 @@ TEST(SeatSecret, IsStoredForItsOwnerAlone) {
 }
 
 TEST(SeatOptions, KeepNamesWordsAndOptionsApart) {
-  constexpr std::string_view kNamed[] = {"as", "name"};
   const auto options = seat::parse_options(
-      {"--as=--odd", "--name", "-5x", "word", "-", "-é", "--nosuch=1", "--json=no"}, kNamed);
+      {"--as=--odd", "--name", "-5x", "word", "-", "-é", "--nosuch=1", "--json=no"},
+      seat::kJoinFlags);
   EXPECT_EQ(options.values.at("as"), "--odd");
   EXPECT_EQ(options.values.at("name"), "-5x");
   EXPECT_EQ(options.words, (std::vector<std::string>{"word", "-"}));
@@ -84,7 +85,7 @@ TEST(SeatOptions, KeepNamesWordsAndOptionsApart) {
   EXPECT_EQ(options.nameless, "");
 
   for (const auto& arguments : {std::vector<std::string>{"--as"}, {"--as", "--json"}}) {
-    EXPECT_EQ(seat::parse_options(arguments, kNamed).nameless, "as");
+    EXPECT_EQ(seat::parse_options(arguments, seat::kJoinFlags).nameless, "as");
   }
 }
 

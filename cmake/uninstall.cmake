@@ -1,0 +1,18 @@
+# Removes what the last `cmake --install` of a build put in place, and the folders named after qv
+# that are empty then. MANIFEST: the list that CMake made of it.
+if(NOT EXISTS ${MANIFEST})
+  message(FATAL_ERROR "Nothing has been installed from here: there is no ${MANIFEST}")
+endif()
+file(STRINGS ${MANIFEST} installed)
+foreach(file IN LISTS installed)
+  set(file $ENV{DESTDIR}${file})
+  message(STATUS "Removing: ${file}")
+  file(REMOVE ${file})
+  get_filename_component(folder ${file} DIRECTORY)
+  set(failed 0)
+  while(NOT failed AND folder MATCHES "/qv(/|$)")
+    execute_process(COMMAND rmdir ${folder} RESULT_VARIABLE failed ERROR_QUIET)
+    get_filename_component(folder ${folder} DIRECTORY)
+  endwhile()
+endforeach()
+file(REMOVE ${MANIFEST})

@@ -1,0 +1,7 @@
+#include "platform/c_library.h"
+
+namespace qv::platform {
+
+std::string c_library() { return "libSystem"; }
+
+}  // namespace qv::platform
