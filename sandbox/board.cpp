@@ -1,19 +1,16 @@
 // The board bridge: reads a request, lets the Thread's rules answer it, writes the reply.
-// Here are the seats, what the Thread as a whole is about, and what the app and the person at
-// it do; only qv-sandbox itself asks for the latter.
+// Here are the seats, and what the Thread as a whole is about.
 
 #include "board.h"
 
 #include <algorithm>
 
 #include "base/text.h"
+#include "helpers.h"
 
 namespace qv::sandbox {
 
 namespace {
-
-const TeamworkSquadState kSquad{
-    .mode = "on", .canAddress = true, .helpers = std::vector<TeamworkHelper>()};
 
 Reply take_seat(const Call& call) {
   Pane& self = call.caller;
@@ -30,7 +27,7 @@ Reply take_seat(const Call& call) {
           .notice =
               "This board is qv-sandbox, a practice app: it lives in memory and ends with "
               "its command.",
-          .squad = kSquad};
+          .squad = squad_state(call.thread)};
 }
 
 Reply leave(const Call& call) {
@@ -46,15 +43,24 @@ Reply heartbeat(const Call& call) {
   const bool waiting = call.request.waiting == true;
   self.status = call.request.status.value_or(self.status);
   self.stoodDown = waiting && call.request.standDown == true;
+  const bool waited = self.seat->waiting_until > call.thread.now;
   self.seat->waiting_until = waiting ? call.thread.now + kWaitingTime : call.thread.now;
-  return {.kind = Kind::wake};
+  const bool holds = std::ranges::any_of(call.thread.tickets, [&](const Ticket& ticket) {
+    return ticket.ownerFingerprint == self.fingerprint;
+  });
+  if (is_running(self) && waiting && !waited && !holds) {
+    const std::string news = "Your helper " + self.handle + " is free and waits for work.";
+    call.record("helperIdle", {{self.hands->asked_by, {"helperIdle", {}, news, {}}}});
+  }
+  return {.kind = Kind::wake, .wakePending = !self.inbox.empty()};
 }
 
 Reply list_agents(const Call& call) {
   Reply reply{.kind = Kind::agents,
               .agents = std::vector<TeamworkAgent>(),
-              .squad = kSquad,
-              .panes = std::vector<TeamworkPane>()};
+              .squad = squad_state(call.thread),
+              .panes = std::vector<TeamworkPane>(),
+              .runningHelpers = helper_runs(call.thread, call.caller)};
   for (const Pane& pane : call.thread.panes) {
     if (pane.seat) {
       reply.agents->push_back(agent_record(call.thread, pane, call.caller));
@@ -68,13 +74,14 @@ Reply list_agents(const Call& call) {
 
 Reply read_plan(const Call& call) {
   TeamworkPlan plan = call.thread.plan;
-  if (plan.goal.empty() && plan.charter.empty()) return {};
+  const std::string notice = "nextStep: " + next_step(call);
+  if (plan.goal.empty() && plan.charter.empty()) return {.notice = notice};
   plan.otherLocalAgents = std::ranges::count_if(
       call.thread.panes, [&](const Pane& pane) { return pane.seat && &pane != &call.caller; });
   for (const TeamworkDiscussion& debate : call.thread.debates) {
     if (!debate.taskID) plan.discussions.push_back(debate_record(debate, call.caller));
   }
-  return {.kind = Kind::plan, .plan = plan};
+  return {.kind = Kind::plan, .plan = plan, .notice = notice};
 }
 
 Reply set_goal(const Call& call) {
@@ -95,7 +102,8 @@ Reply propose_goal_complete(const Call& call) {
   if (open != call.thread.tickets.end()) {
     return refused(open->id + " is still open. Complete, reject or delete it first.");
   }
-  call.thread.plan.pendingGoalComplete = !call.thread.plan.goalComplete;
+  if (call.thread.plan.goalComplete) return refused("The goal is complete already.");
+  call.thread.plan.pendingGoalComplete = true;
   call.record("goalProposed");
   return written(
       "Proposed. The person confirms it; here that is you: `qv-sandbox person confirm`.");
@@ -104,36 +112,6 @@ Reply propose_goal_complete(const Call& call) {
 Reply poll_changes(const Call& call) {
   return {.kind = Kind::changes, .changes = change_feed(call)};
 }
-
-Reply app_opens_pane(const Call& call) {
-  const auto pid = text::whole_number(call.request.name.value_or(""));
-  const Pane& pane = call.thread.open_pane("", static_cast<pid_t>(pid.value_or(0)));
-  return {.kind = Kind::written, .message = pane.handle, .notice = pane.id};
-}
-
-Reply person_answers(const Call& call) {
-  if (call.task == nullptr || !call.task->blocked) {
-    return refused("No task by that id is blocked. `qv task list` shows which are.");
-  }
-  Ticket& task = *call.task;
-  task.blockerAnswer = call.request.body.value_or("");
-  task.log.push_back("the person answered: " + *task.blockerAnswer);
-  const std::string news = "The person answered " + task.id + ": " + *task.blockerAnswer;
-  const std::string next = "To go on: `qv task update " + task.id + " --blocked false`.";
-  call.record("taskUpdated", {{task.blocked_by, {"blockerAnswered", task.id, news, next}}});
-  return written("Answered " + task.id + ".");
-}
-
-Reply person_confirms(const Call& call) {
-  TeamworkPlan& plan = call.thread.plan;
-  if (!plan.pendingGoalComplete) return refused("Nobody proposed that the goal is complete.");
-  plan.pendingGoalComplete = false;
-  plan.goalComplete = true;
-  call.record("goalCompleted");
-  return written("The goal is complete.");
-}
-
-Reply person_reads_code(const Call& call) { return written(call.thread.join_code); }
 
 constexpr Method kMethods[] = {
     {"register", Needs::pane, take_seat},
@@ -145,27 +123,25 @@ constexpr Method kMethods[] = {
     {"set_charter", Needs::seat, set_charter},
     {"propose_goal_complete", Needs::seat, propose_goal_complete},
     {"poll_changes", Needs::pane, poll_changes},
-    {"app_opens_pane", Needs::nothing, app_opens_pane},
-    {"person_answer", Needs::nothing, person_answers},
-    {"person_confirm", Needs::nothing, person_confirms},
-    {"person_code", Needs::nothing, person_reads_code},
 };
 
-Reply called(const Call& call, bool attributable) {
-  const Method* method = nullptr;
-  for (const auto& methods : {std::span<const Method>(kMethods), task_methods(), peer_methods()}) {
-    const auto found = std::ranges::find(methods, call.request.method, &Method::name);
-    if (found != methods.end()) method = &*found;
+const Method* method_called(std::string_view name) {
+  for (const auto& methods : {std::span<const Method>(kMethods), task_methods(), peer_methods(),
+                              squad_methods(), person_methods()}) {
+    const auto found = std::ranges::find(methods, name, &Method::name);
+    if (found != methods.end()) return &*found;
   }
-  if (method == nullptr)
-    return {.kind = Kind::error, .message = "This board knows no such method."};
-  if (method->needs != Needs::nothing && !attributable) {
+  return nullptr;
+}
+
+Reply called(const Method& method, const Call& call) {
+  if (method.needs != Needs::nothing && call.caller.id.empty()) {
     return refused("caller is not attributable to a live pane");
   }
-  const std::string missing = unmet(method->needs, call);
+  const std::string missing = unmet(method.needs, call);
   if (!missing.empty()) return refused(missing);
   if (call.caller.seat) call.thread.seat(call.caller);
-  return method->answer(call);
+  return method.answer(call);
 }
 
 // Whether a poll has nothing to say yet, and may still wait for it.
@@ -202,6 +178,7 @@ std::string unmet(Needs needs, const Call& call) {
     return "You have no seat on this board, so you can see ticket titles and nothing else. Run `qv "
            "board register` first.";
   }
+  if (needs < Needs::peers) return "";
   const TeamworkRequest& request = call.request;
   std::vector<std::string> named = request.tags.value_or(std::vector<std::string>());
   for (const auto& name : {request.to, request.routedToFingerprint, request.reviewOfFingerprint}) {
@@ -229,25 +206,36 @@ std::string unmet(Needs needs, const Call& call) {
   return "You do not hold " + task.id + ". Claim it first: `qv task claim " + task.id + "`.";
 }
 
-std::optional<std::string> answer_board(Thread& thread, const std::string& text,
+std::optional<std::string> answer_board(App& app, const std::string& text,
                                         Clock::time_point received) {
-  thread.advance();
+  app.advance();
   const auto request = record::from_text<TeamworkRequest>(text);
-  if (!request || request->token != thread.token) {
+  if (!request || request->token != app.token) {
     return record::to_text(refused("That is no request of a pane of this board."));
   }
+  const Method* method = method_called(request->method);
+  if (method == nullptr) {
+    return record::to_text(
+        Reply{.kind = Kind::error, .message = "This board knows no such method."});
+  }
+  // What the app and the person do, no pane does, from wherever it is asked for.
   Pane nobody;
-  Pane* pane = thread.pane_of(request->sessionID);
+  const auto [thread, pane] = app.place_of(request->sessionID);
+  Pane& caller = pane == nullptr || method->needs == Needs::nothing ? nobody : *pane;
   const auto peer = request->to                    ? request->to
                     : request->routedToFingerprint ? request->routedToFingerprint
                                                    : request->reviewOfFingerprint;
-  const Call call{thread, pane == nullptr ? nobody : *pane, *request,
-                  thread.ticket(request->taskID.value_or("")), thread.seated(peer.value_or(""))};
-  Reply reply = called(call, pane != nullptr);
+  const Call call{app,
+                  thread,
+                  caller,
+                  *request,
+                  thread.ticket(request->taskID.value_or("")),
+                  thread.seated(peer.value_or(""))};
+  Reply reply = called(*method, call);
   if (is_held(call, reply, received)) return std::nullopt;
-  reply.threadTag = Thread::kTag;
-  reply.rev = thread.rev();
-  if (call.caller.seat) reply.obligations = owed_by(thread, call.caller);
+  reply.threadTag = thread.tag;
+  reply.rev = thread.rev;
+  if (caller.seat) reply.obligations = owed_by(thread, caller);
   return record::to_text(reply);
 }
 

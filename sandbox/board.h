@@ -5,9 +5,9 @@
 
 #include <span>
 
+#include "app.h"
 #include "base/text.h"
 #include "board/request.h"
-#include "thread.h"
 
 namespace qv::sandbox {
 
@@ -15,6 +15,7 @@ using Reply = TeamworkResponse;
 using Kind = TeamworkResponse::Kind;
 
 struct Call {
+  App& app;
   Thread& thread;
   Pane& caller;
   const TeamworkRequest& request;
@@ -29,8 +30,9 @@ struct Call {
   [[nodiscard]] std::vector<std::string> tagged() const;
 };
 
-// Each asks for those before it, too. An open task is not finished, and not held by others.
-enum class Needs { nothing, pane, seat, task, open_task, own_task };
+// Each asks for those before it, too. With `peers` whoever is named has to be here. An open
+// task is not finished, and not held by others.
+enum class Needs { nothing, pane, seat, peers, task, open_task, own_task };
 
 struct Method {
   std::string_view name;
@@ -38,11 +40,21 @@ struct Method {
   Reply (*answer)(const Call&);
 };
 
-[[nodiscard]] std::span<const Method> task_methods();  // board_tasks.cpp
-[[nodiscard]] std::span<const Method> peer_methods();  // board_peers.cpp
+[[nodiscard]] std::span<const Method> task_methods();    // board_tasks.cpp
+[[nodiscard]] std::span<const Method> peer_methods();    // board_peers.cpp
+[[nodiscard]] std::span<const Method> squad_methods();   // board_squad.cpp
+[[nodiscard]] std::span<const Method> person_methods();  // board_person.cpp
 
 // Why the call cannot be answered; empty when it can.
 [[nodiscard]] std::string unmet(Needs needs, const Call& call);
+
+// board_tasks.cpp: files a ticket with what the request says of one, and hands a ticket to a
+// terminal, taking it off whoever it was handed to or held by.
+[[nodiscard]] Ticket& file_task(const Call& call);
+void aim(const Call& call, Ticket& task, const Pane& at);
+
+// board_squad.cpp: why nobody can be addressed in this Thread; empty when one can.
+[[nodiscard]] std::string squad_is_off(const Thread& thread);
 
 // There, with nothing in it.
 [[nodiscard]] inline bool is_blank(const std::optional<std::string>& given) {
@@ -61,6 +73,8 @@ struct Method {
 [[nodiscard]] TeamworkAgent agent_record(const Thread& thread, const Pane& pane,
                                          const Pane& reader);
 [[nodiscard]] TeamworkTask task_record(Thread& thread, const Ticket& ticket, const Pane& reader);
+// What an agent that has read the plan does next.
+[[nodiscard]] std::string next_step(const Call& call);
 [[nodiscard]] TeamworkDiscussion debate_record(TeamworkDiscussion debate, const Pane& reader);
 [[nodiscard]] TeamworkObligations owed_by(const Thread& thread, const Pane& reader);
 [[nodiscard]] TeamworkChangeFeed change_feed(const Call& call);

@@ -1,4 +1,4 @@
-// What seats do to one another's attention: follow, review, comment, write, debate.
+// What seats do to one another's attention: follow, review, comment, debate.
 
 #include <algorithm>
 
@@ -89,37 +89,6 @@ Reply comment_task(const Call& call) {
   return written("Commented on " + task.id + ".");
 }
 
-Reply send_message(const Call& call) {
-  const Pane& self = call.caller;
-  if (call.peer == nullptr) return refused("Name somebody.");
-  call.record("messageLeft", {{call.peer->fingerprint, {"message"}}});
-  const std::int64_t rev = call.thread.rev();
-  const std::string name = self.name == self.handle ? "" : self.name;
-  call.peer->inbox.push_back(
-      {rev,
-       call.thread.now,
-       {"M-" + std::to_string(rev), self.handle, name, call.request.body.value_or("")}});
-  return written("Left for " + call.peer->handle + ".");
-}
-
-Reply read_messages(const Call& call) {
-  std::vector<TeamworkSquadMessage> messages;
-  for (Letter& letter : call.caller.inbox) {
-    letter.message.ageSeconds = seconds_between(letter.left, call.thread.now);
-    messages.push_back(letter.message);
-  }
-  call.caller.inbox.clear();
-  return {.kind = Kind::written,
-          .message = messages.empty() ? "No notes for you." : "Notes for you:",
-          .messages = messages};
-}
-
-Reply no_helpers(const Call& /*call*/) {
-  return refused(
-      "This is a practice app: it starts no helpers, and nobody would read a suggestion. Use "
-      "`qv-sandbox pane` in another terminal for a second pair of hands.");
-}
-
 // The open debate that the request names; null when there is none.
 TeamworkDiscussion* debate_of(const Call& call) {
   for (TeamworkDiscussion& debate : call.thread.debates) {
@@ -201,12 +170,7 @@ constexpr Method kMethods[] = {
     {"request_review", Needs::own_task, request_review},
     {"verify_task", Needs::task, verify_task},
     {"comment_task", Needs::task, comment_task},
-    {"send_message", Needs::seat, send_message},
-    {"read_messages", Needs::seat, read_messages},
-    {"request_hands", Needs::pane, no_helpers},
-    {"stop_helper", Needs::pane, no_helpers},
-    {"suggest_helper", Needs::pane, no_helpers},
-    {"open_discussion", Needs::seat, open_discussion},
+    {"open_discussion", Needs::peers, open_discussion},
     {"reply_discussion", Needs::seat, reply_discussion},
     {"resolve_discussion", Needs::seat, resolve_discussion},
 };

@@ -60,9 +60,9 @@ std::vector<Wake> wakes_of_role(const Call& call, const TeamworkTask& task) {
   return wakes;
 }
 
-// Aims the ticket at a seat, taking it off whoever it was aimed at or held by.
-void aim(const Call& call, Ticket& task) {
-  const Pane& at = *call.peer;
+}  // namespace
+
+void aim(const Call& call, Ticket& task, const Pane& at) {
   const std::string& who = call.caller.handle;
   const std::string gift = who + " handed you " + task.id + ".";
   const std::string loss = task.id + " was re-aimed at " + at.handle + " by " + who + ".";
@@ -77,10 +77,8 @@ void aim(const Call& call, Ticket& task) {
   call.thread.record("taskAssigned", call.caller.fingerprint, task.id, wakes);
 }
 
-Reply add_task(const Call& call) {
+Ticket& file_task(const Call& call) {
   const Pane& self = call.caller;
-  const std::string wrong = wrong_fields(call);
-  if (!wrong.empty()) return refused(wrong);
   Ticket& task = call.thread.tickets.emplace_back();
   task.filed_by = self.fingerprint;
   task.id = "T-" + std::to_string(++call.thread.last_ticket);
@@ -89,7 +87,18 @@ Reply add_task(const Call& call) {
   task.log.push_back(self.handle + " filed it.");
   take_fields(task, call.request);
   call.thread.record("taskAdded", self.fingerprint, task.id, wakes_of_role(call, task));
-  if (call.peer != nullptr) aim(call, task);
+  return task;
+}
+
+namespace {
+
+Reply add_task(const Call& call) {
+  const std::string wrong = wrong_fields(call);
+  if (!wrong.empty()) return refused(wrong);
+  const std::string off = call.peer == nullptr ? "" : squad_is_off(call.thread);
+  if (!off.empty()) return refused(off);
+  Ticket& task = file_task(call);
+  if (call.peer != nullptr) aim(call, task, *call.peer);
   return written("Filed " + task.id + (call.peer ? ", handed to " + call.peer->handle : "") + ".");
 }
 
@@ -135,6 +144,7 @@ Reply claim_task(const Call& call) {
   ++task.claimAttempts;
   task.log.push_back(call.caller.handle + " claimed it.");
   call.task->holders.insert(call.caller.fingerprint);
+  call.caller.seat->waiting_until = call.thread.now;  // a claim says that it works
   call.record("taskClaimed");
   return written("Claimed " + task.id + ". The lease is " +
                  std::to_string(call.thread.lease.count()) +
@@ -231,7 +241,8 @@ Reply reject_task(const Call& call) {
 
 Reply delete_task(const Call& call) {
   const std::string id = (*call.task).id;
-  call.record("taskDeleted", {}, id + " was deleted.");
+  const std::string reason = call.request.releaseReason.value_or("no reason given");
+  call.record("taskDeleted", {}, id + " was deleted: " + reason);
   std::erase_if(call.thread.tickets, [&](const Ticket& ticket) { return ticket.id == id; });
   return written("Deleted " + id + ".");
 }
@@ -261,12 +272,14 @@ Reply assign_task(const Call& call) {
   Ticket& task = *call.task;
   if (call.peer == nullptr || call.peer == &call.caller) return refused("Name somebody else.");
   if (task.finished()) return refused(task.id + " is " + task.state + " already.");
-  aim(call, task);
+  const std::string off = squad_is_off(call.thread);
+  if (!off.empty()) return refused(off);
+  aim(call, task, *call.peer);
   return written("Handed " + task.id + " to " + call.peer->handle + ". They are told.");
 }
 
 constexpr Method kMethods[] = {
-    {"add_task", Needs::seat, add_task},
+    {"add_task", Needs::peers, add_task},
     {"list_tasks", Needs::pane, list_tasks},
     {"read_task", Needs::seat, read_task},
     {"claim_task", Needs::open_task, claim_task},

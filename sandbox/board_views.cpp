@@ -6,6 +6,8 @@
 #include <array>
 
 #include "board.h"
+#include "board/task_rendering.h"
+#include "helpers.h"
 
 namespace qv::sandbox {
 
@@ -14,9 +16,10 @@ namespace {
 // The moves that reach more than those they wake by name and those who wait for their ticket:
 // everybody, whoever waits for the whole board, and of these whoever asked for changes of state.
 constexpr std::string_view kFinished = "goalCompleted";
-constexpr std::array<std::string_view, 2> kForEverybody{"goalSet", kFinished};
-constexpr std::array<std::string_view, 6> kForThePool{
-    "charterSet", "taskAdded", "taskReleased", "taskCompleted", "taskRejected", "taskDeleted"};
+constexpr std::array<std::string_view, 3> kForEverybody{"goalSet", "goalReopened", kFinished};
+constexpr std::array<std::string_view, 7> kForThePool{
+    "charterSet",   "taskAdded",   "taskReleased", "taskCompleted",
+    "taskRejected", "taskDeleted", "squadChanged"};
 constexpr std::array<std::string_view, 3> kOfState{"taskClaimed", "taskBlocked", "taskUnblocked"};
 
 bool reaches(const Event& event, const Call& call) {
@@ -69,7 +72,11 @@ TeamworkTask task_record(Thread& thread, const Ticket& ticket, const Pane& reade
   task.unresolvedWaitsOn = task.waitsOn;
   task.ready = task.state == "open" && task.waitsOn.empty() && !task.blocked &&
                !task.parkedReason && !thread.is_for_another_role(ticket, reader);
-  task.routedToLive = thread.seated(task.routedToFingerprint.value_or("")) != nullptr;
+  const Pane* aim = thread.seated(task.routedToFingerprint.value_or(""));
+  const bool awaited = std::ranges::any_of(thread.panes, [&](const Pane& pane) {
+    return is_running(pane) && pane.fingerprint == task.routedToFingerprint;
+  });
+  task.routedToLive = aim != nullptr || awaited;
   if (const Pane* holder = thread.seated(task.ownerFingerprint.value_or(""))) {
     task.claimLeaseSecondsRemaining = seconds_between(thread.now, holder->seat->lease_until);
   }
@@ -86,6 +93,30 @@ TeamworkTask task_record(Thread& thread, const Ticket& ticket, const Pane& reade
     task.discussions.clear();
   }
   return task;
+}
+
+std::string next_step(const Call& call) {
+  const TeamworkPlan& plan = call.thread.plan;
+  if (!call.caller.seat) return "take your seat: `qv board register`.";
+  if (plan.goalComplete)
+    return "none: the goal is complete. `qv board unregister` frees your seat.";
+  std::vector<TeamworkTask> tasks;
+  for (const Ticket& ticket : call.thread.tickets) {
+    tasks.push_back(task_record(call.thread, ticket, call.caller));
+  }
+  const board::TaskBuckets buckets = board::grouped(tasks, call.caller.fingerprint);
+  if (!buckets.yours.empty()) return "go on with " + buckets.yours[0]->id + ", which you hold.";
+  for (const auto* bucket : {&buckets.forYou, &buckets.readyToClaim}) {
+    for (const TeamworkTask* task : *bucket) {
+      if (task->ready) return "`qv task claim " + task->id + "`.";
+    }
+  }
+  if (plan.pendingGoalComplete || !buckets.forYou.empty() || !buckets.waiting.empty()) {
+    return "nothing is READY. `qv wait` says when that changes.";
+  }
+  if (plan.goal.empty()) return "set the goal: `qv board goal \"<what this board works toward>\"`.";
+  return tasks.empty() ? "file the work: `qv task add \"<one line>\" --body \"<the brief>\"`."
+                       : "everything is finished: `qv board propose-complete`, or file more work.";
 }
 
 TeamworkDiscussion debate_record(TeamworkDiscussion debate, const Pane& reader) {
@@ -126,7 +157,7 @@ TeamworkChangeFeed change_feed(const Call& call) {
   const auto& scope = call.request.taskIDs;
   const std::int64_t since = call.request.sinceRev.value_or(0);
   TeamworkChangeFeed feed;
-  feed.rev = thread.rev();
+  feed.rev = thread.rev;
   feed.goal = thread.plan.goal;
   feed.pendingGoalComplete = thread.plan.pendingGoalComplete;
   for (const Event& event : thread.events) {

@@ -15,6 +15,7 @@
 #include "base/text.h"
 #include "bridge/transport.h"
 #include "broker.h"
+#include "helpers.h"
 #include "platform/paths.h"
 #include "tools.h"
 
@@ -51,7 +52,8 @@ bool furnish(const Instance& instance, const std::string& token) {
   bool furnished = files::make_private_directories(app_directory(instance.home)) &&
                    files::replace(instance.broker(), kBroker) &&
                    ::chmod(instance.broker().c_str(), 0700) == 0 &&
-                   files::is_executable(instance.broker()) && furnish_tools(instance);
+                   files::is_executable(instance.broker()) && furnish_tools(instance) &&
+                   furnish_practice_helper(instance);
   for (const char* bridge : {"teamwork", "mcp", "vault"}) {
     furnished = furnished && files::replace(instance.file(bridge, "token"), token);
   }

@@ -18,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "app.h"
 #include "base/files.h"
 #include "base/io.h"
 #include "base/output.h"
@@ -26,27 +27,45 @@
 #include "board/request.h"
 #include "bridge/endpoint.h"
 #include "command/exit_code.h"
+#include "helpers.h"
 #include "instance.h"
 #include "server.h"
-#include "thread.h"
 
 namespace qv::sandbox {
 
 namespace {
 
 constexpr std::string_view kHelp =
-    R"(qv-sandbox: a practice app for qv. It is not Quorvel: it keeps one Thread in memory, and forgets
-it when its command ends. Nothing leaves this machine.
+    R"(qv-sandbox: a practice app for qv. It is not Quorvel: it keeps its Threads in memory, and forgets
+them when its command ends. Nothing leaves this machine.
 
 USAGE
   qv-sandbox [--lease <seconds>] [-- <command> ...]
       start a sandbox, and in it a pane that runs your shell or the command
   qv-sandbox pane [-- <command> ...]
       open another pane of the sandbox that is running
-  qv-sandbox person answer <task> <text> | confirm | code
-      do what only the person at the app can do: answer a blocker, confirm that the goal is
-      complete, see the join code
+  qv-sandbox person [<deed> ...]
+      do what only the person at the app can do; without a deed, see what waits for the person
   qv-sandbox --version
+
+WHAT THE PERSON CAN DO
+  answer <task> <text>     answer a blocker
+  confirm                  confirm that the goal is complete
+  reopen                   reopen the goal, or turn down that it is complete
+  add <helper> [<command> [<explanation>]]
+                           let agents start a helper: one they suggest, or this command
+  decline <helper>         turn a suggestion down
+  remove <helper>          let agents start it no more; without any helper squad is off
+  stop <handle>            stop a helper that runs
+  lock <note>, unlock <note>
+                           have a note kept as it is, or not
+  move <handle> <thread>   take a tab to another Thread, a new one where none has the name
+  code                     see the join code that admits the next agent from outside
+
+A helper's command is one simple command without pipes and redirects. It runs in a terminal of
+its own, without a screen, and is told what it is there for by one more argument, which stands
+at the end or in the place of {prompt}. What it prints goes to a file that `person` names. The
+helper that is there from the start, `practice`, works a ticket and does nothing else.
 
 Inside a pane QV_SANDBOX names the sandbox. It is also a home in which the sandbox is the app
 that runs, so this makes an agent from outside, for which `qv join` is meant:
@@ -64,22 +83,25 @@ volatile sig_atomic_t g_ended = 0;
 
 // Runs until the first pane has closed. The other panes hang up then, like terminals whose app
 // has quit.
-[[noreturn]] void serve(Thread& thread, Server& server, const Instance& instance,
-                        const sigset_t& mask) {
+[[noreturn]] void serve(App& app, Server& server, const sigset_t& mask) {
   ::setsid();
   for (int fd = 0; fd <= 2; ++fd) ::close(fd);
   io::occupy_standard_descriptors();
   for (const int number : kEnds) ::signal(number, [](int) { g_ended = 1; });
   ::signal(SIGPIPE, SIG_IGN);
   ::sigprocmask(SIG_SETMASK, &mask, nullptr);
-  while (g_ended == 0 && !thread.panes.front().id.empty()) {
+  const std::string first = app.threads.front().panes.front().id;
+  while (g_ended == 0 && app.place_of(first).pane != nullptr) {
     server.serve();
-    thread.advance();
+    app.advance();
   }
-  for (const Pane& pane : thread.panes) {
-    if (pane.pid > 0 && !pane.id.empty()) ::kill(pane.pid, SIGHUP);
+  end_helpers(app);
+  for (const Thread& thread : app.threads) {
+    for (const Pane& pane : thread.panes) {
+      if (pane.pid > 0 && !pane.id.empty()) ::kill(pane.pid, SIGHUP);
+    }
   }
-  remove_instance(instance);
+  remove_instance(app.instance);
   ::_exit(0);
 }
 
@@ -93,22 +115,24 @@ int become(std::vector<std::string> command) {
 }
 
 // Only the broker speaks with the vault. It is up here, and has nothing to say.
-std::optional<std::string> answer_vault(Thread&, const std::string&, Clock::time_point) {
+std::optional<std::string> answer_vault(App&, const std::string&, Clock::time_point) {
   return R"({"kind":"error","message":"The practice vault answers to `qv secret` alone."})";
 }
 
-int start(const std::vector<std::string>& command, Thread thread) {
+int start(const std::vector<std::string>& command, std::chrono::seconds lease) {
   // Whatever ends this from here on does so when there is somebody to tidy up.
   sigset_t ends;
   sigset_t mask;
   sigemptyset(&ends);
   for (const int number : kEnds) sigaddset(&ends, number);
   ::sigprocmask(SIG_BLOCK, &ends, &mask);
-  const auto instance = create_instance(thread.token);
+  const std::string token = random_hex(32);
+  const auto instance = create_instance(token);
   if (!instance) return status_of(ExitCode::unavailable);
+  App app(*instance, token, lease);
   Server server;
   const auto serves = [&](const char* bridge, auto answer) {
-    return server.listen(instance->file(bridge, "sock"), std::bind_front(answer, std::ref(thread)));
+    return server.listen(instance->file(bridge, "sock"), std::bind_front(answer, std::ref(app)));
   };
   if (!serves("teamwork", answer_board) || !serves("mcp", answer_notes) ||
       !serves("vault", answer_vault)) {
@@ -116,25 +140,28 @@ int start(const std::vector<std::string>& command, Thread thread) {
     remove_instance(*instance);
     return status_of(ExitCode::unavailable);
   }
-  const Pane& pane = thread.open_pane("", ::getpid());
-  complain("a practice app, not Quorvel: one Thread, kept in memory while this command runs.");
+  Thread& thread = app.threads.front();
+  const Pane& pane = app.open_pane(thread, "", ::getpid());
+  complain("a practice app, not Quorvel, kept in memory while this command runs.");
   complain("this is pane " + pane.handle + ". `qv-sandbox pane` opens another one; join code " +
            thread.join_code + ".");
   enter_pane(*instance, pane.id);
   // A grandchild, so that the command has no child that it does not know.
   const pid_t child = ::fork();
-  if (child == 0 && ::fork() == 0) serve(thread, server, *instance, mask);
+  if (child == 0 && ::fork() == 0) serve(app, server, mask);
   if (child == 0) ::_exit(0);
   ::waitpid(child, nullptr, 0);
   ::sigprocmask(SIG_SETMASK, &mask, nullptr);
   return become(command);
 }
 
-// Asks the board for something that no command of qv asks for.
+// Asks the board for something that no command of qv asks for, in the Thread of this terminal
+// if it is in one.
 TeamworkResponse ask(const Instance& instance, TeamworkRequest request) {
   const bridge::Endpoint board{.socket = instance.file("teamwork", "sock"),
                                .token_file = instance.file("teamwork", "token")};
-  const auto bytes = bridge::ask(board, "", std::move(request));
+  const char* session = std::getenv("QUORVEL_SESSION_ID");
+  const auto bytes = bridge::ask(board, session == nullptr ? "" : session, std::move(request));
   const auto reply = bytes ? record::from_text<TeamworkResponse>(bytes.view()) : std::nullopt;
   return reply.value_or(TeamworkResponse{.message = "The sandbox does not answer."});
 }
@@ -151,13 +178,24 @@ int open_pane(const Instance& instance, const std::vector<std::string>& command)
   return become(command);
 }
 
-// `words`: the deed, and for an answer the task and the text.
-int person(const Instance& instance, std::vector<std::string> words) {
-  words.resize(3);
-  const TeamworkResponse reply =
-      ask(instance, {.method = "person_" + words[0], .taskID = words[1], .body = words[2]});
+int not_how_it_is_used() {
+  complain("that is not how it is used. Run `qv-sandbox --help`.");
+  return status_of(ExitCode::usage);
+}
+
+// `words`: the deed and what belongs to it.
+int person(const Instance& instance, const std::vector<std::string>& words) {
+  const auto word = [&](std::size_t n) {
+    return n < words.size() ? std::optional(words[n]) : std::nullopt;
+  };
+  const TeamworkResponse reply = ask(instance, {.method = "person_" + word(0).value_or(""),
+                                                .name = word(1),
+                                                .explanation = word(3),
+                                                .taskID = word(1),
+                                                .body = word(2)});
+  if (reply.kind == TeamworkResponse::Kind::error) return not_how_it_is_used();
   const bool done = reply.kind == TeamworkResponse::Kind::written;
-  OutputStream(done ? 1 : 2).write_line(reply.message.value_or(""));
+  OutputStream(done ? 1 : 2).write_line(text::with_visible_controls(reply.message.value_or("")));
   return status_of(done ? ExitCode::ok : ExitCode::refused);
 }
 
@@ -177,15 +215,12 @@ int run(const std::vector<std::string>& arguments) {
     OutputStream(1).write_line("qv-sandbox " QV_VERSION);
     return 0;
   }
-  if (first.empty()) return start(command, {});
+  if (first.empty()) return start(command, std::chrono::seconds(600));
   const auto seconds = text::whole_number(words.size() == 2 ? words[1] : "");
   if (first == "--lease" && seconds > 0) {
-    return start(command, {.lease = std::chrono::seconds(*seconds)});
+    return start(command, std::chrono::seconds(*seconds));
   }
-  if (first != "pane" && (first != "person" || words.size() < 2)) {
-    complain("that is not how it is used. Run `qv-sandbox --help`.");
-    return status_of(ExitCode::usage);
-  }
+  if (first != "pane" && (first != "person" || words.size() > 5)) return not_how_it_is_used();
   const auto instance = running_instance();
   if (!instance) return status_of(ExitCode::unavailable);
   return first == "pane" ? open_pane(*instance, command)

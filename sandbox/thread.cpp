@@ -1,36 +1,18 @@
 #include "thread.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 #include "base/text.h"
+#include "helpers.h"
 #include "platform/process.h"
 
 namespace qv::sandbox {
 
 namespace {
 
-// The n-th handle: two letters and a digit, all different for the first few hundred panes,
-// and the same in every run, so that a transcript can be told again.
-std::string nth_handle(std::size_t n) {
-  constexpr std::string_view kLetters = "ABCDEFGHJKLMNPQRSTUVWXYZ";
-  return {kLetters[(9 + n * 7) % kLetters.size()],
-          kLetters[(14 + n * 5 + n / kLetters.size()) % kLetters.size()],
-          static_cast<char>('0' + (3 + n * 3) % 10)};
-}
-
-// The n-th fingerprint, the same in every run as well.
-std::string nth_fingerprint(std::size_t n) {
-  constexpr std::uint32_t kSpread = 0x9e3779b1;  // odd, so that no two are the same
-  std::array<char, 9> digits{};
-  std::snprintf(digits.data(), digits.size(), "%08x", static_cast<std::uint32_t>(n + 1) * kSpread);
-  return digits.data();
-}
-
 // Whether this is a terminal's pane whose process is gone since the last look.
 bool has_ended(Pane& pane) {
-  if (pane.pid == 0 || pane.id.empty()) return false;
+  if (pane.pid == 0 || pane.id.empty() || pane.hands) return false;
   if (!pane.watch) pane.watch.emplace(pane.pid);
   return pane.watch->has_ended().value_or(!platform::start_time(pane.pid));
 }
@@ -46,8 +28,9 @@ auto* find_in(List& list, const Matches& matches) {
 void Thread::advance() {
   now = Clock::now();
   for (Pane& pane : panes) {
+    if (pane.hands) tend(*this, pane);
     if (has_ended(pane)) {
-      vacate(pane, "terminal closed");
+      close(pane, "terminal closed");
       pane.id.clear();
     }
     if (!pane.seat) continue;
@@ -61,17 +44,6 @@ void Thread::advance() {
       record("leaseExpiring", "", {}, {{pane.fingerprint, {"claimExpiring", {}, "", {}}}});
     }
   }
-}
-
-Pane& Thread::open_pane(const std::string& session, pid_t pid) {
-  const std::size_t n = panes.size();
-  Pane& pane = panes.emplace_back();
-  pane.id = session.empty() ? "pane-" + std::to_string(n + 1) : session;
-  pane.handle = nth_handle(n);
-  pane.fingerprint = nth_fingerprint(n);
-  pane.name = pane.handle;
-  pane.pid = pid;
-  return pane;
 }
 
 void Thread::seat(Pane& pane) {
@@ -98,6 +70,11 @@ std::string Thread::vacate(Pane& pane, const std::string& why) {
   return text::joined(held, ", ");
 }
 
+void Thread::close(Pane& pane, const std::string& why) {
+  vacate(pane, why);
+  stop_helpers_of(*this, pane);
+}
+
 Pane* Thread::pane_of(std::string_view session) {
   if (session.empty()) return nullptr;
   return find_in(panes, [&](const Pane& pane) { return pane.id == session; });
@@ -118,6 +95,12 @@ Pane* Thread::seated(std::string_view named) {
     const bool called = text::equal_ignoring_case(pane.name, named) ||
                         text::equal_ignoring_case(pane.handle, named);
     return pane.seat && (called || pane.fingerprint == named);
+  });
+}
+
+Pane* Thread::open_at(std::string_view handle) {
+  return find_in(panes, [&](const Pane& pane) {
+    return !pane.id.empty() && text::equal_ignoring_case(pane.handle, handle);
   });
 }
 
@@ -145,7 +128,7 @@ std::string Thread::handle_of(const std::string& fingerprint) const {
 
 void Thread::record(const std::string& kind, const std::string& actor,
                     const std::optional<std::string>& taskID, const std::vector<Wake>& wakes) {
-  Event event{{kind, taskID}, rev() + 1, actor, {}};
+  Event event{{kind, taskID}, ++rev, actor, {}};
   for (const Wake& wake : wakes) {
     const auto known = std::ranges::find(event.wakes, wake.fingerprint, &Wake::fingerprint);
     if (wake.fingerprint != actor && known == event.wakes.end()) event.wakes.push_back(wake);

@@ -1,8 +1,8 @@
 #pragma once
 
-// The one Thread of the practice app: who sits at it, its tickets, debates and notes, and the
-// log of everything that moved. What is the same for every reader is kept in the very records
-// that are sent; seats are named by fingerprint throughout.
+// A Thread of the practice app: who sits at it, its tickets, debates and notes, and the log of
+// everything that moved. What is the same for every reader is kept in the very records that
+// are sent; seats are named by fingerprint throughout.
 //
 // Nothing is ever sent to a pane. A move is an event with a revision and a list of those it
 // wakes; whoever asks what happened since a revision is answered from the log, as often as it
@@ -21,7 +21,6 @@
 
 #include "base/text.h"
 #include "board/response.h"
-#include "instance.h"
 #include "notes/response.h"
 #include "platform/process_watch.h"
 
@@ -53,11 +52,29 @@ struct Letter {
   TeamworkSquadMessage message;
 };
 
+// Something that request_hands may start, or that somebody suggests for it.
+struct Helper : TeamworkHelper {
+  std::string command;
+  std::string suggested_by;  // whoever wants it; empty when the person thought of it
+  std::string reason;
+};
+
+// How the helper at a terminal came to be there.
+struct Hands {
+  std::string helper;    // its name
+  std::string asked_by;  // a fingerprint
+  Clock::time_point since;
+  std::string output{};         // the file of what it prints
+  std::optional<int> status{};  // that its process ended with
+  std::optional<Clock::time_point> stopped{};
+};
+
 // A terminal, or an agent from outside. Its handle and fingerprint stay with it, seat or none;
-// its id is its session, and empty once it is closed.
+// its id is its session, and empty once it is closed or in another Thread.
 struct Pane : TeamworkAgent {
   std::string secret;  // what readmits an agent from outside; empty for a terminal
   pid_t pid = 0;       // a terminal's process
+  std::optional<Hands> hands;
   std::optional<platform::ProcessWatch> watch;
   std::optional<Seat> seat;
   std::vector<Letter> inbox;
@@ -83,6 +100,7 @@ struct Revision {
   std::int64_t number = 0;
   std::string author;
   std::string why;
+  double at = 0;          // seconds since 1970
   std::string milestone;  // empty unless this revision was handed off
   std::string content;
 };
@@ -90,36 +108,36 @@ struct Revision {
 // A note always has a revision; the last one is what it says.
 struct Note : MCPNoteSummary {
   std::vector<Revision> revisions;
+  std::string lock_reason;
 };
 
 struct Thread {
-  static constexpr std::string_view kTag = "T-sandbx";
-
-  std::chrono::seconds lease{600};  // how long a seat lasts without a sign of life
-  std::string token = random_hex(32);
-  std::string join_code = new_join_code();  // admits the next agent from outside
-  TeamworkPlan plan{.threadName = "Practice Thread"};
-  std::deque<Pane> panes;  // closed ones stay, for the names they left behind
+  std::string tag;
+  std::chrono::seconds lease;  // how long a seat lasts without a sign of life
+  TeamworkPlan plan;
+  std::string join_code;   // admits the next agent from outside
+  std::deque<Pane> panes;  // those that are gone stay, for the names they left behind
+  std::vector<Helper> helpers;
+  std::vector<Helper> suggestions;
   std::deque<Ticket> tickets;
   std::int64_t last_ticket = 0;
   std::deque<TeamworkDiscussion> debates;
   std::deque<Note> notes;
   std::vector<std::string> notebooks{"Working notes"};  // a new note goes into the first
   std::vector<Event> events;
+  std::int64_t rev = 1;
   Clock::time_point now = Clock::now();
-
-  [[nodiscard]] static std::string new_join_code() { return random_hex(4) + "-" + random_hex(4); }
 
   // Brings the Thread up to this moment: leases lapse, terminals that are gone lose their
   // seats. Everything else happens at this moment.
   void advance();
 
-  // A new pane; an empty session is given one.
-  Pane& open_pane(const std::string& session, pid_t pid);
   // Gives the pane a seat, or renews the one it has.
   void seat(Pane& pane);
   // Takes the pane off the roster; gives the ids of what it held, which goes back to the pool.
   std::string vacate(Pane& pane, const std::string& why);
+  // The same for one that is here no longer; the helpers that it asked for are stopped.
+  void close(Pane& pane, const std::string& why);
 
   // Null when there is none.
   [[nodiscard]] Pane* pane_of(std::string_view session);
@@ -128,6 +146,8 @@ struct Thread {
   // The seated pane that bears this fingerprint, handle or name (any case, with or without an
   // "@"); null when nobody does.
   [[nodiscard]] Pane* seated(std::string_view named);
+  // The open terminal of this handle; null when there is none.
+  [[nodiscard]] Pane* open_at(std::string_view handle);
   // The first seat of this role but `self`; null when there is none.
   [[nodiscard]] Pane* seated_as(std::string_view role, const Pane* self);
   // Whether the ticket is routed to a role that somebody here has, and the reader neither has
@@ -138,7 +158,6 @@ struct Thread {
   // How a fingerprint's owner is spoken of.
   [[nodiscard]] std::string handle_of(const std::string& fingerprint) const;
 
-  [[nodiscard]] std::int64_t rev() const { return static_cast<std::int64_t>(events.size()) + 1; }
   // Writes a move down. Nobody is woken by what it did itself, nor twice by one move.
   void record(const std::string& kind, const std::string& actor,
               const std::optional<std::string>& taskID = {}, const std::vector<Wake>& wakes = {});
@@ -151,11 +170,5 @@ void put_back(Ticket& ticket, const std::string& line);
 
 // Whole seconds, 0 when `to` is earlier.
 [[nodiscard]] std::int64_t seconds_between(Clock::time_point from, Clock::time_point to);
-
-// The two bridges to the Thread. A reply is absent while a poll is held.
-[[nodiscard]] std::optional<std::string> answer_board(Thread& thread, const std::string& request,
-                                                      Clock::time_point received);
-[[nodiscard]] std::optional<std::string> answer_notes(Thread& thread, const std::string& request,
-                                                      Clock::time_point received);
 
 }  // namespace qv::sandbox

@@ -40,11 +40,6 @@ std::string find_program(std::string_view name) {
   return "";
 }
 
-bool write_program(const std::string& path, std::string_view script) {
-  return files::make_private_directories(files::directory_of(path)) &&
-         files::replace(path, script) && ::chmod(path.c_str(), 0700) == 0;
-}
-
 bool link_to(const std::string& program, const std::string& path) {
   std::error_code failure;
   files::make_private_directories(files::directory_of(path));
@@ -57,6 +52,11 @@ bool link_to(const std::string& program, const std::string& path) {
 std::string tools_directory(const Instance& instance) { return instance.home + "/bin"; }
 
 std::string stand_in_directory(const Instance& instance) { return instance.home + "/stand-in"; }
+
+bool write_program(const std::string& path, std::string_view script) {
+  return files::make_private_directories(files::directory_of(path)) &&
+         files::replace(path, script) && ::chmod(path.c_str(), 0700) == 0;
+}
 
 bool furnish_tools(const Instance& instance) {
   const std::string qv = find_program("qv");

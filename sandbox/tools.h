@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "instance.h"
 
@@ -13,5 +14,8 @@ namespace qv::sandbox {
 // Fills them: `cargo`, `go` and `swift`, as far as they are on the PATH, run through qv, and
 // where none is, a stand-in does. False when a file cannot be written.
 [[nodiscard]] bool furnish_tools(const Instance& instance);
+
+// Writes a script that can be run, and its directory where that is not there yet.
+[[nodiscard]] bool write_program(const std::string& path, std::string_view script);
 
 }  // namespace qv::sandbox

@@ -30,13 +30,14 @@ THE LOOP
     qv task update <id> --progress "<what is done, what is next>"
     qv task complete <id> --summary "<the outcome, and how you verified it>"
   When nothing is READY, do not invent work and do not leave: `qv wait` blocks until the board moves, and prints what changed.
-  Never end a turn while a result says your obligations are not clear: the last line of a result, `obligations: ...`, names the replies, mentions and tasks you still owe.
+  Never end a turn while a result says your obligations are not clear: the last line of a result, `obligations: ...`, names the replies, mentions and tasks you still owe. A reply owed is only counted there: with --json the same result lists it under `obligations.oweReply`, with its discussionID, the question and the counterpart who waits for you.
   The exit status says how a command went: 0 done, 2 a bad command line, 3 no board to reach, 4 the board refused, 5 nothing by that name, 10 a wait that ran out. Add --json to any command for the raw answer.
 
 HOW TO WAIT WITHOUT PAYING FOR IT
   `qv wait` has no deadline. Run it in the background and end your turn; its exit is what wakes you. While it runs it keeps your seat and your claims alive with a heartbeat of its own, and it stands down by itself if this terminal closes.
   Polling in the foreground works too, but every look costs you a turn and the waiting costs you tokens.
   `qv wait --follow` prints one line per board move and carries on, for when you keep working while you listen. Run that one as a monitored command and the plain one in the background.
+  When a wait says that the goal is complete, the Thread is finished and no wait brings more work: one begun after that may say so again at once, so do not start it over and over. Settle what you owe, stop the helpers you asked for, and run `qv board unregister`. Only if you are to be there when the human reopens the goal, stay with `qv wait --stand-down`.
 
 WORKING WITH THE OTHER TERMINALS
   Every terminal has a name of two letters and a number, like KQ3. `qv board agents` lists who is here, names the terminals with NOBODY HOME, and says whether the squad is on; when it is off, the squad commands refuse and you coordinate through the board.

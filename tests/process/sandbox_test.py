@@ -1,25 +1,11 @@
 """What a newcomer meets first is true: the demo's first pane plays in a fresh sandbox, the
 practice board keeps its rules, and nothing of it stays behind."""
 import os
-import re
 import socket
-import subprocess
-import sys
-import tempfile
-import time
-import unittest
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-SANDBOX = ""
-BOARD = "/Library/Application Support/Quorvel/teamwork-0.sock"
-GIVE_UP_AFTER = 120  # seconds; only ever reached by a fault
+import panes
+from panes import BOARD
 
-PEER = """
-qv-sandbox pane -- sleep 120 2>/dev/null &
-peer() { QUORVEL_SESSION_ID=pane-2 qv "$@"; }
-qv board register --role builder >/dev/null
-until peer board register --role Writer >/dev/null; do sleep 0.05; done
-"""
 RULES = """\
 $ qv task add ' '
 A task needs a title: one line that says what it is.
@@ -51,56 +37,49 @@ Asked SV6 to review T-2.
 $ peer task verify T-2 --approve true; qv task list | grep T-2
 Verdict on T-2: approved.
   T-2  CLAIMED    Two  held by 9e3779b1
-$ qv task complete T-2 --summary Done; qv board propose-complete; qv-sandbox person confirm
-Completed T-2.
-Proposed. The person confirms it; here that is you: `qv-sandbox person confirm`.
-The goal is complete.
-$ for pane in qv peer; do $pane wait | tail -3; $pane wait --timeout 1; echo $?; done
-The goal is complete.
-10
-The goal is complete.
-10
+$ qv squad suggest tester 'echo a | cat'; qv squad suggest tester 'echo -n' --reason speed
+A helper is started by one simple command: no ;, pipes, redirects or $(.
+Suggested tester. Nothing runs from this. The person decides; here that is you: `qv-sandbox person`.
+$ qv-sandbox person | grep suggests; qv-sandbox person add tester 'echo {prompt} -n'
+KQ3 suggests the helper tester: echo -n  (speed; `add tester` or `decline tester`)
+Agents may start tester now: echo {prompt} -n
+$ peer squad hands --taskID T-2; peer squad hands --taskID T-2 --agent tester; qv squad stop ZA9
+Several helpers are allowed here. Say which one with --agent.
+Started ZA9 ("tester") on T-2. You are woken with its result; read it, then `qv squad stop ZA9`.
+ZA9 was asked for by SV6. Only whoever asked for it, or for its asker, and the person can stop it.
+$ awaits 'ZA9.*stopped'; peer wait | grep ended; cat $QV_SANDBOX/helper-ZA9.log; qv-sandbox person stop ZA9
+  - Your helper ZA9 has ended, with status 0.  [helperFinished]
+You are a helper in a Quorvel Thread. This terminal is ZA9, and SV6 asked for you. Run `qv brief`, \
+take your seat, and work T-2, which is handed to you. -n
+Stopped ZA9.
+$ for helper in tester practice; do qv-sandbox person remove $helper; done; qv squad assign T-2 SV6
+Agents may not start tester any more.
+Agents may not start practice any more.
+Squad is off for this thread. It is on while the person has switched on a helper.
+$ printf 'one\\ntwo\\n' | qv note create plan -; qv note milestone plan sent
+Wrote "plan", r1.
+r1 of "plan" is "sent".
+$ qv note edit plan two $'2\\nthree' --why more; qv note history plan --milestone sent | sed 's/20.*Z  //'
+Wrote "plan", r2.
+r2  KQ3  more
+Since r1:
+@@ -2 +2 @@
+-two
++2
++three
+$ qv note lock plan --why agreed; peer note append plan four --why most; qv-sandbox person unlock plan
+Locked "plan". Only the person can unlock it.
+"plan" is locked (agreed). Only the person can unlock it.
+Unlocked plan.
+$ qv secret exec PRACTICE_API_KEY PRACTICE_DEPLOY_TOKEN --env PRACTICE_API_KEY -- sh -c \
+'cat $1 $2; printenv PRACTICE_API_KEY' - {PRACTICE_API_KEY} {PRACTICE_DEPLOY_TOKEN} | grep -o made-up
+made-up
+made-up
+made-up
 """
 
 
-class Sandbox(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="qv-", dir="/tmp")
-        self.addCleanup(folder.cleanup)
-        self.home = folder.name
-        self.env = {"HOME": self.home, "PATH": os.environ["PATH"], "SHELL": "/bin/sh"}
-        self.addCleanup(self.until, lambda: not self.instances(), "that nothing stays behind")
-
-    def instances(self):
-        cache = self.home + "/.cache/"
-        return [cache + name for name in os.listdir(cache)] if os.path.isdir(cache) else []
-
-    def until(self, condition, what):
-        end = time.monotonic() + GIVE_UP_AFTER
-        while not condition():
-            self.assertLess(time.monotonic(), end, "in vain: " + what)
-            time.sleep(0.02)
-
-    def start(self, *words, **changes):
-        process = subprocess.Popen([SANDBOX, *words], env={**self.env, **changes}, cwd=ROOT,
-                                   text=True, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                   stderr=subprocess.PIPE)
-        self.addCleanup(process.communicate)
-        self.addCleanup(process.kill)
-        return process
-
-    @staticmethod
-    def is_live(instance):
-        with socket.socket(socket.AF_UNIX) as probe:
-            return probe.connect_ex(instance + BOARD) == 0
-
-    def run_pane(self, script):
-        """What the script prints in the first pane of a fresh sandbox."""
-        pane = self.start("--", "bash", "-c", script)
-        out, err = pane.communicate(timeout=GIVE_UP_AFTER)
-        self.assertEqual(pane.returncode, 0, err)
-        return out
-
+class Sandbox(panes.Panes):
     def test_the_first_pane_of_the_demo(self):
         out = self.run_pane("scripts/demo.sh --first-pane 2>&1")
         for line in ("Peers reach you as KQ3. It is this terminal's name here",
@@ -117,10 +96,7 @@ class Sandbox(unittest.TestCase):
             self.assertIn(line, out)
 
     def test_rules_of_the_board(self):
-        essential = "{ %s; } 2>&1 | grep -v '^$\\|^(thread\\|^obligations\\|^qv wait'"
-        self.assertEqual(self.run_pane(PEER + "".join(
-            "echo '$ %s'\n%s\n" % (command.replace("'", "'\\''"), essential % command)
-            for command in re.findall(r"^\$ (.*)$", RULES, re.M))), RULES)
+        self.assertEqual(self.play(RULES), RULES)
 
     def test_build_tools_run_through_qv(self):
         os.mkdir(self.home + "/it's")
@@ -162,5 +138,4 @@ class Sandbox(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    SANDBOX = os.path.dirname(os.path.abspath(sys.argv.pop(1))) + "/qv-sandbox"
-    unittest.main()
+    panes.main()
