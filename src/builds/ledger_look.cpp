@@ -38,9 +38,9 @@ SeenBuild seen(LiveLease live) {
 LedgerLook look_at_ledger(const std::string& directory) {
   LedgerLook look;
   const Descriptor folder(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  look.exists = folder.valid() || errno != ENOENT;
   if (!folder.valid()) {
-    if (look.exists) look.problem = directory + " cannot be read: " + std::strerror(errno) + ".";
+    if (errno != ENOENT)
+      look.problem = directory + " cannot be read: " + std::strerror(errno) + ".";
     return look;
   }
   look.is_private = is_private_to_us(folder.get());

@@ -10,9 +10,8 @@
 
 namespace qv::build {
 
-// What somebody sees of the ledger who does not build.
+// What somebody sees of the ledger who does not build; nothing where there is none yet.
 struct LedgerLook {
-  bool exists = false;
   std::string problem;               // why no build can be seen; mostly empty
   bool is_private = true;            // otherwise builds do not meet here
   std::vector<SeenBuild> builds;     // of processes that live

@@ -37,7 +37,7 @@ constexpr Remedy kRemedies[] = {
 using Lines = std::vector<std::string>;
 
 void advise_about_silence(const Bridge& bridge, const Candidate& candidate, Lines& lines) {
-  const std::string socket = "The " + bridge.name + "'s socket " + candidate.socket;
+  const std::string socket = "The " + bridge.name + " socket " + candidate.socket;
   const auto remedy = std::ranges::find(kRemedies, candidate.errorNumber, &Remedy::error);
   if (candidate.errorNumber == EACCES && candidate.user) {
     lines.push_back(socket + " is served by another user (uid " + std::to_string(*candidate.user) +
@@ -54,7 +54,7 @@ bool others_can_read(const File& file) { return file.mode && !file.mode->ends_wi
 
 void advise_about_token(const Bridge& bridge, const Candidate& candidate, Lines& lines) {
   const File& token = candidate.token;
-  const std::string file = "The " + bridge.name + "'s token file " + token.path;
+  const std::string file = "The " + bridge.name + " token file " + token.path;
   const bool spare = candidate.tokenInVariable > 0;
   if (token.error) {
     lines.push_back(file + " cannot be read: " + *token.error + ". Mend its owner and mode.");

@@ -32,6 +32,11 @@ using BridgeDiscovery::Kind;
 
 constexpr double kPatience = 2;  // seconds for one answer
 
+// What else stands in the way of looking says nothing about whether the file is there.
+bool means_absent(int error) {
+  return error == ENOENT || error == ENOTDIR || error == ENAMETOOLONG;
+}
+
 std::int64_t age_of(const struct stat& status) {
   return static_cast<std::int64_t>(platform::wall_clock_seconds()) -
          platform::modification_time(status).seconds;
@@ -42,7 +47,7 @@ File look_at(const std::string& path) {
   File file{.path = text::repaired(path)};
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) {
-    file.exists = errno != ENOENT && errno != ENOTDIR;
+    file.exists = !means_absent(errno);
     if (file.exists) file.error = std::strerror(errno);
     return file;
   }
@@ -108,7 +113,7 @@ void question(Candidate& candidate, const bridge::Endpoint& endpoint, const Ques
 Candidate look_at(const bridge::Endpoint& endpoint, const Question& about,
                   const std::string& sessionID) {
   Candidate candidate{.socket = text::repaired(endpoint.socket), .origin = endpoint.origin};
-  candidate.exists = files::exists(endpoint.socket);
+  candidate.exists = files::exists(endpoint.socket) || !means_absent(errno);
   candidate.pathLength = static_cast<std::int64_t>(endpoint.socket.size());
   candidate.pathLimit = BridgeTransport::kLongestPath;
   if (!endpoint.token_file.empty()) candidate.token = look_at(endpoint.token_file);

@@ -87,7 +87,7 @@ std::string lock_of(const Ledger& ledger) {
 
 std::string section_of(const Ledger& ledger) {
   std::string out = "\nBUILDS\n" + line("ledger", words_of(ledger.folder));
-  if (ledger.folder.exists) out += line("lock", lock_of(ledger));
+  if (ledger.folder.exists && !ledger.problem) out += line("lock", lock_of(ledger));
   if (!ledger.orphans.empty()) {
     out += line("orphans", text::joined(ledger.orphans, ", ") + ", which the next build removes");
   }
