@@ -35,13 +35,13 @@ bool reaches(const Event& event, const Call& call) {
 
 void add_to(TeamworkChangeFeed& feed, const Event& event, const Call& call) {
   feed.changed = true;
+  const bool task_is_told =
+      std::ranges::find(feed.changes, event.taskID, &TeamworkChange::taskID) != feed.changes.end();
   if (!contains(feed.changeKinds, event.kind)) feed.changeKinds.push_back(event.kind);
   feed.changes.push_back(event);
   const Ticket* ticket = call.thread.ticket(event.taskID.value_or(""));
-  if (ticket == nullptr) return;
-  const auto known = std::ranges::find(feed.tasks, ticket->id, &TeamworkTask::id);
-  if (known != feed.tasks.end()) return;
-  feed.tasks.push_back(task_record(call.thread, *ticket, call.caller));
+  if (ticket == nullptr || task_is_told) return;
+  feed.tasks.owned().push_back(task_record(call.thread, *ticket, call.caller));
 }
 
 }  // namespace

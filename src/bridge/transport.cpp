@@ -16,9 +16,9 @@
 #include <utility>
 
 #include "base/descriptor.h"
+#include "base/text.h"
 #include "bridge/trust.h"
 #include "platform/clock.h"
-#include "platform/memory.h"
 #include "platform/peer.h"
 #include "platform/sockets.h"
 
@@ -116,7 +116,6 @@ bool send_all(const Descriptor& connection, const Patience& patience, std::strin
 // is really written.
 Reply receive(const Descriptor& connection, const Patience& patience, const Options& options) {
   constexpr std::size_t kUsualSize = 64 * 1024;
-  constexpr std::size_t kMemoryPerReplyByte = 6;  // with all that is made of it
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
   Reply reply;
   reply.bytes.reset(new char[kUsualSize]);
@@ -124,7 +123,6 @@ Reply receive(const Descriptor& connection, const Patience& patience, const Opti
   for (;;) {
     if (reply.size == capacity) {
       capacity = limit + kUsualSize;
-      if (options.lastOfProcess) platform::expect_large_memory(kMemoryPerReplyByte * capacity);
       std::unique_ptr<char[]> larger(new char[capacity]);
       std::memcpy(larger.get(), reply.bytes.get(), reply.size);
       reply.bytes = std::move(larger);
@@ -137,7 +135,7 @@ Reply receive(const Descriptor& connection, const Patience& patience, const Opti
       return {};
     }
     const std::string_view read(start, static_cast<std::size_t>(count));
-    const std::size_t end = read.find(options.terminator);
+    const std::size_t end = text::find_byte(read, options.terminator);
     reply.size += std::min(end, read.size());
     if (reply.size > limit || (count == 0 && reply.size == 0)) return {};
     reply.answered = count == 0 || end != std::string_view::npos;
@@ -156,7 +154,7 @@ bool receive_in_pieces(const Descriptor& connection, const Patience& patience,
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return false;
     const std::string_view read(buffer, static_cast<std::size_t>(count));
-    const std::size_t end = read.find(options.terminator);
+    const std::size_t end = text::find_byte(read, options.terminator);
     const std::string_view piece = read.substr(0, end);
     used += piece.size();
     if (used > limit || (count == 0 && used == 0)) return false;

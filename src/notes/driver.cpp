@@ -29,7 +29,7 @@ Answer ask(const MCPBridgeRequest& request, const std::string& socket, const Vie
            bool wantsJSON) {
   Answer answer;
   if (wantsJSON || !(view.offset || view.limit)) {
-    answer.whole = BridgeTransport::exchange(request, socket, {.lastOfProcess = true});
+    answer.whole = BridgeTransport::exchange(request, socket);
     return answer;
   }
   NoteStream stream(view.offset, view.limit);
