@@ -24,8 +24,7 @@ GO_SOURCE = 'package main\n\nimport _ "%s"\n\nfunc main() { println("%s") }\n'
 CARGO_CONFIG = ('[source.crates-io]\nreplace-with = "packages"\n'
                 '[source.packages]\ndirectory = "/usr/share/cargo/registry"\n[net]\noffline = true\n')
 CARGO_MANIFEST = ('[package]\nname = "project"\nversion = "%d.0.0"\nedition = "2021"\n'
-                  '[dependencies]\nserde = { version = "1", features = ["derive"] }\n'
-                  'serde_json = "1"\nregex = "1"\n')
+                  '[dependencies]\nserde_json = "1"\nregex = "1"\n')
 CARGO_SOURCE = ('fn main() {\n    let found = regex::Regex::new("%d").unwrap().is_match("1");\n'
                 '    println!("{}", serde_json::to_string(&found).unwrap());\n}\n')
 
@@ -137,10 +136,11 @@ def measure(wrapper, jobs):
 
 
 def main():
-    os.environ.update(HOME=scratch + "/home", GOFLAGS="", GOCACHE=scratch + "/go-cache")
-    for name in ("CARGO_BUILD_JOBS", "QUORVEL_BUILD_SLOT", "QUORVEL_BUILD_SLOT_OFF"):
+    # Where a version manager keeps the tools, it finds them through the home directory.
+    os.environ.setdefault("RUSTUP_HOME", os.path.expanduser("~/.rustup"))
+    os.environ.update(HOME=scratch + "/home", GOCACHE=scratch + "/go-cache")
+    for name in ("GOFLAGS", "CARGO_BUILD_JOBS", "QUORVEL_BUILD_SLOT", "QUORVEL_BUILD_SLOT_OFF"):
         os.environ.pop(name, None)
-    del os.environ["GOFLAGS"]
     ways = {"side by side": [], "behind flock": ["flock", scratch + "/lock"], "behind qv": [qv, "__build"]}
     print(f"{'':<34}{'first':>8}{'mean':>8}{'last':>8}{'CPU':>8}{'MiB':>8}{'late ms':>9}{'99 %':>8}")
     for tool in tools:

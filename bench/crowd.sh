@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # What four builds that arrive together do to one another and to the machine, with real tools:
 # side by side, behind flock, and behind qv. Takes the tools that are there, go and cargo
-# (Debian: golang-go; cargo librust-serde-dev librust-serde-derive-dev librust-serde-json-dev
-# librust-regex-dev). Takes some minutes; nothing else should run meanwhile.
+# (Debian: golang-go; cargo librust-serde-json-dev librust-regex-dev librust-aho-corasick-dev).
+# Takes a quarter of an hour; nothing else should run meanwhile.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)

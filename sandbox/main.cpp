@@ -24,9 +24,8 @@
 #include "base/process.h"
 #include "base/text.h"
 #include "board/request.h"
-#include "bridge/token.h"
-#include "bridge/transport.h"
-#include "cli/exit_code.h"
+#include "bridge/endpoint.h"
+#include "command/exit_code.h"
 #include "instance.h"
 #include "server.h"
 #include "thread.h"
@@ -133,9 +132,9 @@ int start(const std::vector<std::string>& command, Thread thread) {
 
 // Asks the board for something that no command of qv asks for.
 TeamworkResponse ask(const Instance& instance, TeamworkRequest request) {
-  request.token = bridge_token(instance.file("teamwork", "token"), "");
-  const auto bytes =
-      BridgeTransport::exchange(record::to_text(request), instance.file("teamwork", "sock"));
+  const bridge::Endpoint board{.socket = instance.file("teamwork", "sock"),
+                               .token_file = instance.file("teamwork", "token")};
+  const auto bytes = bridge::ask(board, "", std::move(request));
   const auto reply = bytes ? record::from_text<TeamworkResponse>(bytes.view()) : std::nullopt;
   return reply.value_or(TeamworkResponse{.message = "The sandbox does not answer."});
 }

@@ -13,7 +13,7 @@
 #include "builds/queue_command.h"
 #include "builds/shim.h"
 #include "cli/dispatch.h"
-#include "cli/exit_code.h"
+#include "command/exit_code.h"
 
 namespace {
 

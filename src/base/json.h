@@ -120,8 +120,10 @@ class Value::Range {
 // A whole text that was read. Move-only; the text must outlive it.
 class Document {
  public:
-  [[nodiscard]] Value root() const { return Value(nodes_.get()); }
-  operator Value() const { return root(); }  // NOLINT: a document stands for its value
+  [[nodiscard]] Value root() const& { return Value(nodes_.get()); }
+  operator Value() const& { return root(); }  // NOLINT: a document stands for its value
+  Value root() const&& = delete;              // a value must not outlive its document
+  operator Value() const&& = delete;
 
  private:
   friend class Builder;

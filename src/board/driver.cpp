@@ -10,14 +10,12 @@
 #include "board/request_builder.h"
 #include "board/task_rendering.h"
 #include "bridge/complaints.h"
-#include "bridge/token.h"
-#include "bridge/transport.h"
+#include "bridge/endpoint.h"
 
 namespace qv::board {
 
 namespace {
 
-using Flags = ArgParser::ArgBox;
 using Kind = TeamworkResponse::Kind;
 
 bool refused(const TeamworkResponse& response) {
@@ -64,7 +62,7 @@ std::string as_json(const TeamworkResponse& response, json::Value reply, std::st
                  : json::pretty(reply);
 }
 
-std::string as_prose(const TeamworkResponse& response, std::string_view method, const Flags& flags,
+std::string as_prose(const TeamworkResponse& response, std::string_view method, const ArgBox& flags,
                      CLIRuntime& runtime) {
   const std::string reader =
       response.kind == Kind::tasks ? reader_of(response, runtime) : std::string();
@@ -79,24 +77,22 @@ std::string as_prose(const TeamworkResponse& response, std::string_view method, 
 
 }  // namespace
 
-ExitCode run(const Verb& verb, const Flags& flags, bool wantsJSON, CLIRuntime& runtime) {
+ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON, CLIRuntime& runtime) {
   const CLIEnvironment& env = runtime.env();
-  if (env.sessionID.empty() || env.collabSocket.empty()) {
+  if (env.sessionID.empty() || env.board.socket.empty()) {
     runtime.err(complaints::kNotInThread);
     return ExitCode::unavailable;
   }
-  const auto outcome = TeamworkRequestBuilder::build(
-      verb.method, flags, bridge_token(env.collabTokenFile, env.collabTokenSeed), env.sessionID);
+  const auto outcome = TeamworkRequestBuilder::build(verb.method, flags);
   if (const auto* refusal = std::get_if<TeamworkRequestBuilder::Refused>(&outcome)) {
     runtime.err(refusal->message);
     return ExitCode::refused;
   }
   const std::string warning = TeamworkRequestBuilder::warning(flags);
   if (!warning.empty()) runtime.err(warning);
-  const auto bytes =
-      BridgeTransport::exchange(std::get<TeamworkRequest>(outcome), env.collabSocket);
+  const auto bytes = bridge::ask(env.board, env.sessionID, std::get<TeamworkRequest>(outcome));
   if (!bytes) {
-    runtime.err(complaints::not_answering("board", env.collabSocket, bytes));
+    runtime.err(complaints::not_answering("board", env.board.socket, bytes));
     return ExitCode::unavailable;
   }
   const auto reply = json::parse(bytes.view());

@@ -5,13 +5,12 @@
 
 #include "base/text.h"
 #include "board/human_ask.h"
-#include "cli/flag_fields.h"
+#include "command/flag_fields.h"
 
 namespace qv::TeamworkRequestBuilder {
 
 namespace {
 
-using Flags = ArgParser::ArgBox;
 using Request = TeamworkRequest;
 
 template <class Value>
@@ -38,18 +37,14 @@ constexpr Field<std::string> kTexts[] = {
 };
 constexpr Field<std::int64_t> kIntegers[] = {
     {&Request::priority, "priority"},
-    {&Request::sinceRev, "sinceRev"},
-    {&Request::holdMs, "holdMs"},
 };
 constexpr Field<bool> kBooleans[] = {
     {&Request::approve, "approve"},
     {&Request::blocked, "blocked"},
-    {&Request::wakeOnStateChanges, "wakeOnClaims"},
     {&Request::editLast, "editLast"},
 };
 constexpr Field<std::vector<std::string>> kLists[] = {
     {&Request::waitsOn, "waitsOn"},
-    {&Request::taskIDs, "taskIDs"},
 };
 
 struct MainText {
@@ -72,7 +67,7 @@ std::string_view main_text_flag(std::string_view method) {
 }
 
 // The first of these flags that was given.
-std::optional<std::string> first_text(const Flags& flags,
+std::optional<std::string> first_text(const ArgBox& flags,
                                       std::initializer_list<std::string_view> names) {
   for (const std::string_view name : names) {
     if (auto value = flags.text(name)) return value;
@@ -80,14 +75,14 @@ std::optional<std::string> first_text(const Flags& flags,
   return std::nullopt;
 }
 
-std::optional<std::vector<std::string>> first_list(const Flags& flags, std::string_view name,
+std::optional<std::vector<std::string>> first_list(const ArgBox& flags, std::string_view name,
                                                    std::string_view fallback) {
   auto values = flags.list(name);
   return values ? values : flags.list(fallback);
 }
 
 // The goal and, behind it, whatever was said about it; empty when there is no goal.
-std::string goal_text(const Flags& flags) {
+std::string goal_text(const ArgBox& flags) {
   constexpr std::pair<std::string_view, std::string_view> kSections[] = {
       {"purpose", "Purpose: "},
       {"constraints", "Constraints: "},
@@ -117,7 +112,7 @@ std::string question_too_long(std::size_t count) {
          "--blockerConsequence or the task body. Nothing was changed; run it again.";
 }
 
-TeamworkHumanAsk::Ask ask_from(const Flags& flags) {
+TeamworkHumanAsk::Ask ask_from(const ArgBox& flags) {
   const auto text = [&](std::string_view name) { return flags.text(name).value_or(""); };
   return {
       .kind = text::lowered(text("blockerKind")),
@@ -128,7 +123,7 @@ TeamworkHumanAsk::Ask ask_from(const Flags& flags) {
   };
 }
 
-std::string unknown_kind(const Flags& flags) {
+std::string unknown_kind(const ArgBox& flags) {
   const auto kind = flags.text("blockerKind");
   if (!kind || TeamworkHumanAsk::is_kind(text::lowered(*kind))) return "";
   return "qv: --blockerKind \"" + *kind + "\" is none of " +
@@ -138,11 +133,8 @@ std::string unknown_kind(const Flags& flags) {
 
 }  // namespace
 
-Outcome build(std::string_view method, const Flags& flags, const std::string& token,
-              const std::string& sessionID) {
+Outcome build(std::string_view method, const ArgBox& flags) {
   Request request;
-  request.token = token;
-  request.sessionID = sessionID;
   request.method = method;
 
   request.body = flags.text(main_text_flag(method));
@@ -171,7 +163,7 @@ Outcome build(std::string_view method, const Flags& flags, const std::string& to
   return request;
 }
 
-std::string warning(const Flags& flags) {
+std::string warning(const ArgBox& flags) {
   if (flags.has("blockerQuestion")) return unknown_kind(flags);
   std::vector<std::string> unused;
   for (const std::string_view name : {"blockerKind", "blockerOptions", "blockerSecretName",

@@ -4,7 +4,7 @@
 #include <variant>
 
 #include "board/request.h"
-#include "cli/arg_parser.h"
+#include "command/arg_box.h"
 
 namespace qv::TeamworkRequestBuilder {
 
@@ -14,13 +14,13 @@ struct Refused {
 
 using Outcome = std::variant<TeamworkRequest, Refused>;
 
-// Turns a verb's method and its flags into a request. Refuses only a goal without text
+// Turns a verb's method and its flags into a request, whose token and session are left to
+// whoever sends it. Refuses only a goal without text
 // and a blocker question that would not fit its one line; the board judges the rest.
-[[nodiscard]] Outcome build(std::string_view method, const ArgParser::ArgBox& flags,
-                            const std::string& token, const std::string& sessionID);
+[[nodiscard]] Outcome build(std::string_view method, const ArgBox& flags);
 
 // The sentence about flags that are not sent as they were typed: those that say nothing
 // without another one, and a kind of blocker nobody knows. Empty when there are none.
-[[nodiscard]] std::string warning(const ArgParser::ArgBox& flags);
+[[nodiscard]] std::string warning(const ArgBox& flags);
 
 }  // namespace qv::TeamworkRequestBuilder

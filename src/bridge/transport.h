@@ -10,8 +10,6 @@
 #include <string>
 #include <string_view>
 
-#include "base/record.h"
-
 // One request and one reply over a Unix-domain socket: one connection for each exchange.
 namespace qv::BridgeTransport {
 
@@ -53,19 +51,6 @@ struct Reply : Outcome {
 [[nodiscard]] Outcome stream(std::string_view request, const std::string& socket_path,
                              const std::function<void(std::string_view piece)>& take,
                              const Options& options = {});
-
-// Both for a request that is still a record. Slashes are escaped, as the app itself does.
-template <record::Record Request>
-[[nodiscard]] Reply exchange(const Request& request, const std::string& socket_path,
-                             const Options& options = {}) {
-  return exchange(record::to_text(request, json::Slashes::escaped), socket_path, options);
-}
-template <record::Record Request>
-[[nodiscard]] Outcome stream(const Request& request, const std::string& socket_path,
-                             const std::function<void(std::string_view piece)>& take,
-                             const Options& options = {}) {
-  return stream(record::to_text(request, json::Slashes::escaped), socket_path, take, options);
-}
 
 // Whether somebody who is trusted listens on the socket. Connects and writes nothing; never
 // waits.

@@ -31,7 +31,9 @@ namespace {
 // Seconds. A lock that moves is not stuck; whoever takes it changes its time.
 constexpr double kLongestWithoutMovement = 5;
 constexpr double kLongestInAll = 60;
-constexpr std::chrono::milliseconds kLockPause{50};
+// Builds that an end has woken together all want the lock, and none keeps it for long.
+constexpr std::chrono::milliseconds kFirstLockPause{1};
+constexpr std::chrono::milliseconds kLongestLockPause{50};
 constexpr double kSecondsOfADay = 86400;
 
 constexpr std::string_view kLogEnding = ".log";
@@ -105,6 +107,7 @@ bool LedgerFolder::move_in() {
   if (lock == nullptr) return false;
   whose = tenure();  // nobody else moves in now
   if (whose == Tenure::elsewhere && was_used_lately()) return false;
+  if (whose == Tenure::past) remove_all_leases();
   if (whose != Tenure::ours) platform::write_mark(files_.directory.get(), mark_);
   return true;
 }
@@ -130,6 +133,7 @@ std::unique_ptr<BuildLedger::Lock> LedgerFolder::take_lock(double without_moveme
   const double start = platform::waking_seconds();
   double moved = start;
   platform::FileTime last;
+  auto pause = kFirstLockPause;
   for (;;) {
     auto held = std::make_unique<Held>(files_.lock.get());
     if (held->take()) {
@@ -152,7 +156,8 @@ std::unique_ptr<BuildLedger::Lock> LedgerFolder::take_lock(double without_moveme
       moved = now;
     }
     if (now - moved >= without_movement || now - start >= in_all) return nullptr;
-    std::this_thread::sleep_for(kLockPause);
+    std::this_thread::sleep_for(pause);
+    pause = std::min(2 * pause, kLongestLockPause);
   }
 }
 
@@ -199,6 +204,13 @@ std::vector<LiveLease> LedgerFolder::read_live(double now) {
   processes_.forget_the_rest();
   remove_orphaned_logs(live);
   return live;
+}
+
+// Whatever their process ids and start times look like by now.
+void LedgerFolder::remove_all_leases() {
+  for (const auto& found : leases_.read(processes_, platform::waking_seconds())) {
+    remove_stale(found);
+  }
 }
 
 void LedgerFolder::remove_stale(const LeaseFiles::Found& found) const {

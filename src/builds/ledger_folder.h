@@ -67,6 +67,7 @@ class LedgerFolder final : public BuildLedger {
   [[nodiscard]] bool move_in();
   [[nodiscard]] Tenure tenure();
   [[nodiscard]] bool was_used_lately() const;
+  void remove_all_leases();
   void remove_stale(const LeaseFiles::Found& found) const;
   void remove_orphaned_logs(const std::vector<LiveLease>& live) const;
 

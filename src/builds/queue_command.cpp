@@ -108,12 +108,14 @@ std::optional<BuildQueue> View::look() {
   const Descriptor folder(::open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder.valid()) {
     std::string mark;
-    if (look_at_mark(folder.get(), mark) == Tenure::elsewhere) {
+    const Tenure whose = look_at_mark(folder.get(), mark);
+    if (whose == Tenure::elsewhere) {
       return refuse("the builds in " + directory_ + " cannot be seen from here.");
     }
     LiveProcesses processes;
     for (const auto& file : LeaseFiles(folder.get()).read(processes, platform::waking_seconds())) {
-      if (file.lease && file.alive) builds.push_back(seen({*file.lease, file.age}));
+      if (whose != Tenure::past && file.lease && file.alive)
+        builds.push_back(seen({*file.lease, file.age}));
     }
   } else if (errno != ENOENT) {
     return refuse(directory_ + " cannot be read: " + std::strerror(errno) + ".");

@@ -8,9 +8,10 @@ namespace qv::build {
 
 // Whose leases a ledger holds, judged by the mark on it.
 enum class Tenure {
-  ours,      // of processes that can be seen from here
-  past,      // of another run of the system: nobody lives who wrote them
-  elsewhere  // of this run, by processes that cannot be seen from here
+  ours,       // of processes that can be seen from here
+  unmarked,   // nothing says: each is looked at
+  past,       // of another run of the system: nobody lives who wrote them
+  elsewhere,  // of this run, by processes that cannot be seen from here
 };
 
 // The mark of builds that run here: start times are counted from the boot's time.

@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "base/text.h"
-#include "cli/typed_flag.h"
+#include "command/typed_flag.h"
 
 namespace qv::ArgParser {
 

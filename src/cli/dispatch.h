@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/runtime.h"
+#include "command/runtime.h"
 
 namespace qv {
 

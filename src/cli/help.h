@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "cli/verb.h"
+#include "command/verb.h"
 
 // Help is printed from the verb table, so it cannot disagree with what the parser takes.
 // No text ends with a line feed.

@@ -2,7 +2,7 @@
 
 // The vocabulary in which the rows of the verb table are written.
 
-#include "cli/verb.h"
+#include "command/verb.h"
 
 namespace qv::VerbTable {
 

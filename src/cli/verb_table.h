@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/verb.h"
+#include "command/verb.h"
 
 // The single description of every group command.
 namespace qv::VerbTable {

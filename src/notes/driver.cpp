@@ -3,8 +3,7 @@
 #include <utility>
 
 #include "bridge/complaints.h"
-#include "bridge/token.h"
-#include "bridge/transport.h"
+#include "bridge/endpoint.h"
 #include "notes/note_stream.h"
 #include "notes/rendering.h"
 #include "notes/request_builder.h"
@@ -25,17 +24,17 @@ struct Answer {
   [[nodiscard]] std::string_view json() const { return whole.bytes ? whole.view() : frame; }
 };
 
-Answer ask(const MCPBridgeRequest& request, const std::string& socket, const View& view,
-           bool wantsJSON) {
+Answer ask(const MCPBridgeRequest& request, const View& view, bool wantsJSON,
+           const CLIEnvironment& env) {
   Answer answer;
   if (wantsJSON || !(view.offset || view.limit)) {
-    answer.whole = BridgeTransport::exchange(request, socket);
+    answer.whole = bridge::ask(env.notes, env.sessionID, request);
     return answer;
   }
   NoteStream stream(view.offset, view.limit);
   const auto take = [&stream](std::string_view piece) { stream.take(piece); };
   static_cast<BridgeTransport::Outcome&>(answer.whole) =
-      BridgeTransport::stream(request, socket, take);
+      bridge::ask(env.notes, env.sessionID, request, take);
   answer.frame = stream.frame();
   answer.page = stream.page();
   return answer;
@@ -50,19 +49,17 @@ ExitCode status_for(const std::optional<MCPBridgeResponse>& response, const Verb
 
 }  // namespace
 
-ExitCode run(const Verb& verb, const ArgParser::ArgBox& flags, bool wantsJSON,
-             CLIRuntime& runtime) {
+ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON, CLIRuntime& runtime) {
   const CLIEnvironment& env = runtime.env();
-  if (env.sessionID.empty() || env.notesSocket.empty()) {
+  if (env.sessionID.empty() || env.notes.socket.empty()) {
     runtime.err(complaints::kNotInThread);
     return ExitCode::unavailable;
   }
-  const MCPBridgeRequest request = MCPRequestBuilder::build(
-      verb.method, flags, bridge_token(env.notesTokenFile, env.notesTokenSeed), env.sessionID);
+  const MCPBridgeRequest request = MCPRequestBuilder::build(verb.method, flags);
   View view{verb.method, flags.integer("offset"), flags.integer("limit"), {}};
-  auto answer = ask(request, env.notesSocket, view, wantsJSON);
+  auto answer = ask(request, view, wantsJSON, env);
   if (!answer.whole) {
-    runtime.err(complaints::not_answering("notes", env.notesSocket, answer.whole));
+    runtime.err(complaints::not_answering("notes", env.notes.socket, answer.whole));
     return ExitCode::unavailable;
   }
   const auto reply = json::parse(answer.json());

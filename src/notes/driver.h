@@ -1,15 +1,15 @@
 #pragma once
 
-#include "cli/arg_parser.h"
-#include "cli/exit_code.h"
-#include "cli/runtime.h"
-#include "cli/verb.h"
+#include "command/arg_box.h"
+#include "command/exit_code.h"
+#include "command/runtime.h"
+#include "command/verb.h"
 
 namespace qv::notes {
 
 // Runs one verb of the notes groups: one request, one reply, printed as prose or, with
 // `wantsJSON`, as the reply's own JSON.
-[[nodiscard]] ExitCode run(const Verb& verb, const ArgParser::ArgBox& flags, bool wantsJSON,
+[[nodiscard]] ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON,
                            CLIRuntime& runtime);
 
 }  // namespace qv::notes

@@ -1,6 +1,6 @@
 #include "notes/request_builder.h"
 
-#include "cli/flag_fields.h"
+#include "command/flag_fields.h"
 
 namespace qv::MCPRequestBuilder {
 
@@ -29,11 +29,8 @@ constexpr Field<std::int64_t> kIntegers[] = {
 
 }  // namespace
 
-MCPBridgeRequest build(std::string_view method, const ArgParser::ArgBox& flags,
-                       const std::string& token, const std::string& sessionID) {
+MCPBridgeRequest build(std::string_view method, const ArgBox& flags) {
   Request request;
-  request.token = token;
-  request.sessionID = sessionID;
   request.method = method;
   fill(request, flags, kTexts);
   fill(request, flags, kIntegers);

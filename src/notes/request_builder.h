@@ -3,14 +3,13 @@
 #include <string>
 #include <string_view>
 
-#include "cli/arg_parser.h"
+#include "command/arg_box.h"
 #include "notes/request.h"
 
 namespace qv::MCPRequestBuilder {
 
-// Turns a verb's method and its flags into a request. Nothing is refused here: the
-// bridge judges.
-[[nodiscard]] MCPBridgeRequest build(std::string_view method, const ArgParser::ArgBox& flags,
-                                     const std::string& token, const std::string& sessionID);
+// Turns a verb's method and its flags into a request, whose token and session are left to
+// whoever sends it. Nothing is refused here: the bridge judges.
+[[nodiscard]] MCPBridgeRequest build(std::string_view method, const ArgBox& flags);
 
 }  // namespace qv::MCPRequestBuilder

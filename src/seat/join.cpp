@@ -15,8 +15,7 @@
 #include "base/json.h"
 #include "bridge/complaints.h"
 #include "bridge/discovery.h"
-#include "bridge/token.h"
-#include "bridge/transport.h"
+#include "bridge/endpoint.h"
 #include "notes/request.h"
 #include "notes/response.h"
 #include "platform/paths.h"
@@ -73,16 +72,14 @@ Claim claim_from(const Options& options, const std::string& seat_file) {
   return claim;
 }
 
-BridgeTransport::Reply ask(const Claim& claim, const std::string& socket, const std::string& token,
+BridgeTransport::Reply ask(const Claim& claim, const bridge::Endpoint& notes,
                            const std::string& sessionID) {
   MCPBridgeRequest request;
-  request.token = token;
-  request.sessionID = sessionID;
   request.method = "join_thread";
   request.name = claim.code;
   request.section = claim.name;
   request.body = claim.secret;
-  return BridgeTransport::exchange(request, socket);
+  return bridge::ask(notes, sessionID, request);
 }
 
 std::optional<Reply> read_reply(std::string_view bytes) {
@@ -126,10 +123,9 @@ ExitCode turned_away(const Reply& reply, bool wantsJSON, CLIRuntime& runtime) {
 
 ExitCode join_known_instance(const Claim& claim, bool wantsJSON, CLIRuntime& runtime) {
   const CLIEnvironment& env = runtime.env();
-  const auto bytes = ask(claim, env.notesSocket,
-                         bridge_token(env.notesTokenFile, env.notesTokenSeed), env.sessionID);
+  const auto bytes = ask(claim, env.notes, env.sessionID);
   if (!bytes) {
-    runtime.err(complaints::not_answering("notes", env.notesSocket, bytes));
+    runtime.err(complaints::not_answering("notes", env.notes.socket, bytes));
     return ExitCode::unavailable;
   }
   const auto reply = read_reply(bytes.view());
@@ -138,7 +134,7 @@ ExitCode join_known_instance(const Claim& claim, bool wantsJSON, CLIRuntime& run
     return ExitCode::refused;
   }
   if (reply->refused()) return turned_away(*reply, wantsJSON, runtime);
-  return admitted(*reply, env.notesSocket, wantsJSON, runtime);
+  return admitted(*reply, env.notes.socket, wantsJSON, runtime);
 }
 
 // An instance that hangs costs no more than the transport waits for any reply.
@@ -146,7 +142,7 @@ ExitCode join_any_instance(const Claim& claim, bool wantsJSON, CLIRuntime& runti
   using BridgeDiscovery::Kind;
   for (const auto& instance :
        BridgeDiscovery::candidates(Kind::mcp, platform::application_support_directory())) {
-    const auto bytes = ask(claim, instance.socketPath, bridge_token(instance.tokenPath, ""),
+    const auto bytes = ask(claim, {.socket = instance.socketPath, .token_file = instance.tokenPath},
                            runtime.env().sessionID);
     if (!bytes) {
       const std::string reason = complaints::served_by_another_user(instance.socketPath, bytes);
@@ -178,7 +174,7 @@ ExitCode join(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
         "Run `qv join <code>` with the code the Thread showed on screen.");
     return ExitCode::usage;
   }
-  if (!env.notesSocket.empty()) return join_known_instance(claim, options.wantsJSON, runtime);
+  if (!env.notes.socket.empty()) return join_known_instance(claim, options.wantsJSON, runtime);
   if (claim.code) return join_any_instance(claim, options.wantsJSON, runtime);
   runtime.err(complaints::kNotInThread);
   return ExitCode::unavailable;

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "cli/help_flag.h"
-#include "cli/typed_flag.h"
+#include "command/help_flag.h"
+#include "command/typed_flag.h"
 
 namespace qv::seat {
 

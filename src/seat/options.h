@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/exit_code.h"
-#include "cli/runtime.h"
+#include "command/exit_code.h"
+#include "command/runtime.h"
 
 namespace qv::seat {
 

@@ -14,8 +14,8 @@
 #include "base/text.h"
 #include "bridge/complaints.h"
 #include "bridge/trust.h"
-#include "cli/exit_code.h"
-#include "cli/help_flag.h"
+#include "command/exit_code.h"
+#include "command/help_flag.h"
 
 namespace qv::seat {
 

@@ -11,8 +11,7 @@
 #include "board/request.h"
 #include "board/response.h"
 #include "bridge/complaints.h"
-#include "bridge/token.h"
-#include "bridge/transport.h"
+#include "bridge/endpoint.h"
 #include "notes/request.h"
 #include "notes/response.h"
 #include "seat/options.h"
@@ -34,13 +33,11 @@ constexpr std::string_view kHelp =
 ExitCode set_name(const std::string& name, CLIRuntime& runtime) {
   const CLIEnvironment& env = runtime.env();
   MCPBridgeRequest request;
-  request.token = bridge_token(env.notesTokenFile, env.notesTokenSeed);
-  request.sessionID = env.sessionID;
   request.method = "set_actor_name";
   request.name = name;
-  const auto reply = BridgeTransport::exchange(request, env.notesSocket);
+  const auto reply = bridge::ask(env.notes, env.sessionID, request);
   if (!reply) {
-    runtime.err(complaints::not_answering("notes", env.notesSocket, reply));
+    runtime.err(complaints::not_answering("notes", env.notes.socket, reply));
     return ExitCode::unavailable;
   }
   const auto response = record::from_text<MCPBridgeResponse>(reply.view());
@@ -62,12 +59,10 @@ std::optional<TeamworkResponse> agents_on_board(CLIRuntime& runtime) {
   const CLIEnvironment& env = runtime.env();
   using Kind = TeamworkResponse::Kind;
   TeamworkRequest request;
-  request.token = bridge_token(env.collabTokenFile, env.collabTokenSeed);
-  request.sessionID = env.sessionID;
   request.method = "list_agents";
-  const auto reply = BridgeTransport::exchange(request, env.collabSocket);
+  const auto reply = bridge::ask(env.board, env.sessionID, request);
   if (!reply) {
-    const std::string reason = complaints::served_by_another_user(env.collabSocket, reply);
+    const std::string reason = complaints::served_by_another_user(env.board.socket, reply);
     if (!reason.empty()) runtime.err(reason);
     return std::nullopt;
   }
@@ -107,9 +102,9 @@ SeatReport gather(CLIRuntime& runtime) {
       .boardAnswered = false,
       .lastSeenRev = record ? std::optional(state.lastSeenRev) : std::nullopt,
       .hasCursor = state.hasCursor,
-      .boardUp = is_up(env.collabSocket),
-      .notesUp = is_up(env.notesSocket),
-      .vaultUp = is_up(env.vaultSocket),
+      .boardUp = is_up(env.board.socket),
+      .notesUp = is_up(env.notes.socket),
+      .vaultUp = is_up(env.vault.socket),
   };
   if (!report.boardUp) return report;
   if (const auto response = agents_on_board(runtime)) learn(*response, report, runtime);

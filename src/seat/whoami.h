@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/exit_code.h"
-#include "cli/runtime.h"
+#include "command/exit_code.h"
+#include "command/runtime.h"
 
 namespace qv::seat {
 

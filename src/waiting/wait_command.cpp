@@ -9,9 +9,8 @@
 #include "base/files.h"
 #include "base/io.h"
 #include "bridge/complaints.h"
-#include "bridge/token.h"
-#include "bridge/transport.h"
-#include "cli/help_flag.h"
+#include "bridge/endpoint.h"
+#include "command/help_flag.h"
 #include "platform/clock.h"
 #include "platform/memory.h"
 #include "platform/parent.h"
@@ -39,15 +38,12 @@ class RealWorld : public WaitWorld {
 
   bool parent_has_gone() override { return platform::parent_has_gone(parent_); }
   bool reader_has_gone() override { return io::reader_has_gone(STDOUT_FILENO); }
-  bool socket_exists() override { return files::exists(env_.collabSocket); }
+  bool socket_exists() override { return files::exists(env_.board.socket); }
 
   std::optional<std::string> exchange(const TeamworkRequest& request, double seconds) override {
     give_back_after_large_reply();
-    TeamworkRequest addressed = request;
-    addressed.token = bridge_token(env_.collabTokenFile, env_.collabTokenSeed);
-    addressed.sessionID = env_.sessionID;
     const auto reply =
-        BridgeTransport::exchange(addressed, env_.collabSocket, {.wholeExchangeSeconds = seconds});
+        bridge::ask(env_.board, env_.sessionID, request, {.wholeExchangeSeconds = seconds});
     reply_size_ = reply.size;
     if (reply) return std::string(reply.view());
     say_once_who_serves(reply);
@@ -82,7 +78,7 @@ class RealWorld : public WaitWorld {
   // A wait asks every second and would say so every second.
   void say_once_who_serves(const BridgeTransport::Outcome& outcome) {
     if (!outcome.foreign_user || std::exchange(said_who_serves_, true)) return;
-    runtime_.err(complaints::served_by_another_user(env_.collabSocket, outcome));
+    runtime_.err(complaints::served_by_another_user(env_.board.socket, outcome));
   }
 
   CLIRuntime& runtime_;
@@ -101,7 +97,7 @@ ExitCode run(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
     return ExitCode::ok;
   }
   const pid_t parent = ::getppid();  // before anything that takes time
-  if (runtime.env().sessionID.empty() || runtime.env().collabSocket.empty()) {
+  if (runtime.env().sessionID.empty() || runtime.env().board.socket.empty()) {
     runtime.err(complaints::kNotInThread);
     return ExitCode::unavailable;
   }

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "board/request.h"
-#include "cli/exit_code.h"
-#include "waiting/pane_state.h"
+#include "command/exit_code.h"
+#include "command/pane_state.h"
 #include "waiting/wait_options.h"
 
 namespace qv::waiting {

@@ -131,10 +131,20 @@ class Boot(builds.World):
         apart = self.start_elsewhere(command, COORDINATED)
         self.assertEqual((apart.status(), apart.out), (0, b"slot=\n"), "directly")
         self.assertEqual(set(self.leases()), {running.pid})
-        self.touch("go")
-        running.status()  # and its lease goes with it
+        os.utime(f"{self.ledger}/{running.pid}.json", (0, 0))
         apart = self.start_elsewhere(command, COORDINATED)
-        self.assertEqual((apart.status(), apart.out), (0, b"slot=1\n"), "nobody else is there")
+        self.assertEqual(apart.result(), (0, b"slot=1\n"), "nobody was there for a day")
+
+    def test_leases_of_another_run_of_the_system(self):
+        self.start_running(gate("go"))  # alive to all appearances
+        if not self.change_mark(0, b"earlier"):
+            self.skipTest("no marks on directories")
+        seen = subprocess.check_output([builds.QV, "__builds"], env={"HOME": self.home})
+        self.assertEqual(seen, b"No wrapped build runs or waits.\n")
+        late = self.start(COORDINATED + gate("go"), folder=self.plain)
+        until(lambda: late.out == b"slot=1\n", "its start beside the other")
+        self.assertEqual((set(self.leases()), self.logs()), ({late.pid}, []))
+        self.start_queued("true", folder=self.plain)  # behind it: it has moved in
 
 
 if __name__ == "__main__":

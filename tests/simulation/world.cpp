@@ -439,7 +439,11 @@ void World::check_patience() {
   next_check_ = now_ + 1;
   const double longest = 10 + 5 * static_cast<double>(alive_builds());
   for (const auto& build : builds_) {
-    if (!build->alive || build->stage != Stage::queueing) continue;
+    if (!build->alive) continue;
+    if (build->stage != Stage::queueing) {
+      build->free_since.reset();
+      continue;
+    }
     if (calm_ && now_ > last_end_) {
       throw Broken{"build " + std::to_string(build->pid) + " never starts"};
     }

@@ -72,7 +72,8 @@ TEST(JSON, PrintsWhatItReadSortedAndExact) {
   EXPECT_EQ(
       json::compact(*value),
       R"({"Z":"/é\n\u0001","a":[],"b":[1,-0,9223372036854775807,18446744073709551615,1e+22,{}]})");
-  EXPECT_EQ(json::pretty(*json::parse(R"({"b":[],"a":[1,{"c":null}]})")),
+  const auto nested = json::parse(R"({"b":[],"a":[1,{"c":null}]})");
+  EXPECT_EQ(json::pretty(*nested),
             "{\n  \"a\": [\n    1,\n    {\n      \"c\": null\n    }\n  ],\n  \"b\": []\n}");
 }
 

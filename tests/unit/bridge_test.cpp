@@ -11,13 +11,13 @@
 #include "base/descriptor.h"
 #include "base/io.h"
 #include "bridge/discovery.h"
-#include "bridge/token.h"
+#include "bridge/endpoint.h"
 #include "bridge/transport.h"
 #include "bridge/trust.h"
-#include "cli/environment.h"
+#include "command/environment.h"
+#include "command/pane_state.h"
 #include "platform/sockets.h"
 #include "support.h"
-#include "waiting/pane_state.h"
 
 namespace qv {
 namespace {
@@ -64,7 +64,7 @@ TEST(Discovery, FindsTheOneLiveInstance) {
   EXPECT_EQ(found[1].tokenPath, base.file("Quorvel-2/teamwork-a.token"));
   EXPECT_EQ(BridgeDiscovery::live_socket(Kind::teamwork, base.path()), found[1].socketPath);
   EXPECT_EQ(BridgeDiscovery::live_socket(Kind::vault, base.path()), std::nullopt);
-  EXPECT_EQ(environment(base.path(), {}).collabSocket, found[1].socketPath);
+  EXPECT_EQ(environment(base.path(), {}).board.socket, found[1].socketPath);
 
   const Descriptor second = bound(base.file("Quorvel-3/teamwork-b.sock"));
   EXPECT_EQ(BridgeDiscovery::live_socket(Kind::teamwork, base.path()), std::nullopt)
@@ -85,28 +85,31 @@ TEST(Environment, VariablesThenSeatThenSearch) {
   const Descriptor live = bound(base.file("Quorvel/teamwork-a.sock"));
   base.write("Quorvel/agent-seat", "secret\n /x/mcp-42.sock \n");
   const auto seated = environment(base.path(), {{"QUORVEL_COLLAB_TOKEN", "seed"}});
-  EXPECT_EQ(seated.notesSocket, "/x/mcp-42.sock");
-  EXPECT_EQ(seated.collabSocket, "/x/teamwork-42.sock");
-  EXPECT_EQ(seated.vaultTokenFile, "/x/vault-42.token");
-  EXPECT_EQ(seated.collabTokenSeed, "seed");
+  EXPECT_EQ(seated.notes.socket, "/x/mcp-42.sock");
+  EXPECT_EQ(seated.board.socket, "/x/teamwork-42.sock");
+  EXPECT_EQ(seated.vault.token_file, "/x/vault-42.token");
+  EXPECT_EQ(seated.board.token_seed, "seed");
   const auto told =
       environment(base.path(), {{"QUORVEL_COLLAB_SOCKET", ""}, {"QUORVEL_MCP_TOKEN_FILE", "/t"}});
-  EXPECT_EQ(told.collabSocket + told.collabTokenFile, "") << "present but empty: no search";
-  EXPECT_EQ(told.notesTokenFile, "/t");
+  EXPECT_EQ(told.board.socket + told.board.token_file, "") << "present but empty: no search";
+  EXPECT_EQ(told.notes.token_file, "/t");
   for (const auto* no_socket : {"secret", "secret\n  \n", "secret\n/x/mcp-\xff.sock\n"}) {
     base.write("Quorvel/agent-seat", no_socket);
-    EXPECT_EQ(environment(base.path(), {}).collabSocket, base.file("Quorvel/teamwork-a.sock"));
+    EXPECT_EQ(environment(base.path(), {}).board.socket, base.file("Quorvel/teamwork-a.sock"));
   }
 }
 
 TEST(Token, FileWinsUnlessItSaysNothing) {
   const ScratchDirectory directory;
-  EXPECT_EQ(bridge_token(directory.write("a", "  abc\n"), "seed"), "abc");
-  EXPECT_EQ(bridge_token(directory.write("b", " \n\t"), "seed"), "seed");
-  EXPECT_EQ(bridge_token(directory.write("c", "\xff"), "seed"), "seed");
-  EXPECT_EQ(bridge_token(directory.path(), "seed"), "seed");
+  const auto token = [](const std::string& file) {
+    return bridge::Endpoint{.token_file = file, .token_seed = "seed"}.token();
+  };
+  EXPECT_EQ(token(directory.write("a", "  abc\n")), "abc");
+  EXPECT_EQ(token(directory.write("b", " \n\t")), "seed");
+  EXPECT_EQ(token(directory.write("c", "\xff")), "seed");
+  EXPECT_EQ(token(directory.path()), "seed");
   ASSERT_EQ(::mkfifo(directory.file("pipe").c_str(), 0600), 0);
-  EXPECT_EQ(bridge_token(directory.file("pipe"), "seed"), "seed") << "never waits for a writer";
+  EXPECT_EQ(token(directory.file("pipe")), "seed") << "never waits for a writer";
 }
 
 TEST(Transport, PathsOf103BytesWorkAndNoLonger) {

@@ -176,9 +176,13 @@ TEST_F(Ledger, KnowsAnUnchangedLeaseAndNoticesAChange) {
 }
 
 TEST_F(Ledger, ConcludesNothingFromAShortage) {
-  const Child child(Child::living), late(Child::living);
-  put("1.json", lease_of(child.pid()));
-  ASSERT_EQ(live(), std::set{child.pid()});
+  const Child child(Child::living);
+  const std::string name = std::to_string(child.pid()) + ".json";
+  BuildLease lease = lease_of(child.pid());
+  put(name, lease);
+  ASSERT_EQ(leases(), std::vector{lease});
+  lease.jobs = 7;
+  put("next", lease);
   const int next = ::dup(0);
   ::close(next);
   rlimit before{};
@@ -189,11 +193,20 @@ TEST_F(Ledger, ConcludesNothingFromAShortage) {
   };
   leave(next);
   EXPECT_EQ(live(), std::set{child.pid()}) << "no listing";
-  EXPECT_EQ(platform::look_at_process(child.pid()).found, platform::ProcessLook::unknown);
+  EXPECT_TRUE(LiveProcesses().contains(lease)) << "no start time";
+  std::filesystem::rename(dir_ + "/next", dir_ + "/" + name);
+  EXPECT_TRUE(leases().at(0).running) << "a changed lease, for which one stands in that counts";
   ::setrlimit(RLIMIT_NOFILE, &before);
-  put(std::to_string(late.pid()) + ".json", lease_of(late.pid()));
-  EXPECT_EQ(live(), (std::set{child.pid(), late.pid()}));
-  EXPECT_TRUE(has("1.json"));
+  EXPECT_EQ(leases(), std::vector{lease});
+}
+
+TEST_F(Ledger, WaitsForAnEnd) {
+  const Child child(Child::living);
+  put("1.json", lease_of(child.pid()));
+  ASSERT_EQ(live(), std::set{child.pid()});
+  ::kill(child.pid(), SIGKILL);
+  ledger_->wait_for_an_end(std::vector{child.pid()}, 1e6);  // days, were it not for the end
+  EXPECT_TRUE(live().empty());
 }
 
 TEST(Tenure, IsJudgedByTheMark) {
@@ -205,10 +218,11 @@ TEST(Tenure, IsJudgedByTheMark) {
   };
   EXPECT_EQ(mark_of(boot), "boot 7 100");
   EXPECT_EQ(judged("boot 7 90"), "0 90");
-  for (const char* past : {"", "other 7 100", "boot 7 x", "boot 7", "boot 7 1 1"}) {
-    EXPECT_EQ(judged(past), "1 0") << past;
+  for (const char* none : {"", "boot 7 x", "boot 7", "boot 7 1 1"}) {
+    EXPECT_EQ(judged(none), "1 0") << none;
   }
-  EXPECT_EQ(judged("boot 8 100"), "2 0");
+  EXPECT_EQ(judged("other 7 100"), "2 0");
+  EXPECT_EQ(judged("boot 8 100"), "3 0");
 }
 
 TEST_F(Ledger, StaysInsideItself) {

@@ -48,6 +48,7 @@ TEST_F(Pass, TellsItsLeaseFromWaitToRun) {
   put_other();
   auto step = pass(2);
   EXPECT_EQ(std::get<Wait>(step).ahead, 1);
+  EXPECT_EQ(candidate_.waits_for, std::vector{other_.pid});
   EXPECT_NE(
       lease().find(R"("running":false,"jobs":0,"focused":false,"queuedAt":100,"reason":"cores")"),
       std::string::npos)

@@ -1,4 +1,4 @@
-#include "cli/runtime.h"
+#include "command/runtime.h"
 
 #include <utility>
 
@@ -17,7 +17,7 @@ const CLIEnvironment& CLIRuntime::env() {
 }
 
 PaneStateStore& CLIRuntime::state() {
-  if (!state_) state_.emplace(env().sessionID, env().collabSocket);
+  if (!state_) state_.emplace(env().sessionID, env().board.socket);
   return *state_;
 }
 

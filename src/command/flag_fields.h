@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "cli/arg_parser.h"
+#include "command/arg_box.h"
 
 // Request builders say in tables which field of a request a flag fills.
 namespace qv {
@@ -16,8 +16,7 @@ struct FlagField {
 // Fills each field of the table from its flag; a flag that was not given, or is of another
 // kind, leaves its field absent.
 template <class Request, class Value, std::size_t Count>
-void fill(Request& request, const ArgParser::ArgBox& flags,
-          const FlagField<Request, Value> (&table)[Count]) {
+void fill(Request& request, const ArgBox& flags, const FlagField<Request, Value> (&table)[Count]) {
   for (const auto& [field, flag] : table) request.*field = flags.value<Value>(flag);
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "bridge/endpoint.h"
+
 namespace qv {
 
 // The value of an environment variable; absent when it is not set at all.
@@ -13,14 +15,9 @@ using EnvironmentMap = std::function<std::optional<std::string>(std::string_view
 // Everything a command takes from its environment. Empty text means there is none.
 struct CLIEnvironment {
   std::string sessionID;
-  std::string collabSocket;
-  std::string collabTokenFile;
-  std::string collabTokenSeed;
-  std::string notesSocket;
-  std::string notesTokenFile;
-  std::string notesTokenSeed;
-  std::string vaultSocket;
-  std::string vaultTokenFile;
+  bridge::Endpoint board;
+  bridge::Endpoint notes;
+  bridge::Endpoint vault;
   std::string secretBin;
   std::string agentSeatFile;
 

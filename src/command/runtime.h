@@ -3,8 +3,8 @@
 #include <optional>
 
 #include "base/output.h"
-#include "cli/environment.h"
-#include "waiting/pane_state.h"
+#include "command/environment.h"
+#include "command/pane_state.h"
 
 namespace qv {
 

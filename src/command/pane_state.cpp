@@ -1,7 +1,7 @@
 // A wait that was killed must not lose its place, and a board command and a wait may write at
 // the same time: each writes the whole record, with only its own fields changed.
 
-#include "waiting/pane_state.h"
+#include "command/pane_state.h"
 
 #include <algorithm>
 #include <cerrno>
