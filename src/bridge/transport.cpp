@@ -19,6 +19,7 @@
 #include "base/text.h"
 #include "bridge/trust.h"
 #include "platform/clock.h"
+#include "platform/memory.h"
 #include "platform/peer.h"
 #include "platform/sockets.h"
 
@@ -111,19 +112,21 @@ bool send_all(const Descriptor& connection, const Patience& patience, std::strin
   return true;
 }
 
-// Reads straight into the buffer that becomes the reply. Most replies fit its first size;
-// for the others it is made large enough for any, of which the system hands out only what
-// is really written.
+// Reads straight into the buffer that becomes the reply. Most replies fit its first size; for
+// a long one it is made large enough for any, of which the system hands out only what is
+// really written.
 Reply receive(const Descriptor& connection, const Patience& patience, const Options& options) {
   constexpr std::size_t kUsualSize = 64 * 1024;
+  constexpr std::size_t kLongSize = 1024 * 1024;
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
   Reply reply;
   reply.bytes.reset(new char[kUsualSize]);
   std::size_t capacity = kUsualSize;
   for (;;) {
     if (reply.size == capacity) {
-      capacity = limit + kUsualSize;
+      capacity = capacity < kLongSize ? kLongSize : limit + kUsualSize;
       std::unique_ptr<char[]> larger(new char[capacity]);
+      if (capacity > kLongSize) platform::prefer_large_pages(larger.get(), capacity);
       std::memcpy(larger.get(), reply.bytes.get(), reply.size);
       reply.bytes = std::move(larger);
     }
