@@ -1,7 +1,9 @@
-"""Prints a task list just under the largest reply, with tasks as agents write them."""
+"""Prints a task list just under the largest reply: backlog.py KIND. The tasks are of prose, as
+agents write them, or minimal, with nothing but what a task must have."""
 
 import json
 import random
+import sys
 
 random.seed(1)
 WORDS = "the lease parser drops a cursor when the bridge restarts so keep it and say why in the log".split()
@@ -11,7 +13,11 @@ def prose(words):
     return " ".join(random.choices(WORDS, k=words))
 
 
-def task(number):
+def minimal(number):
+    return {"id": f"T-{number}", "title": "t", "body": "", "state": "open", "log": [], "resources": []}
+
+
+def full(number):
     return {
         "id": f"T-{number}", "title": prose(8), "body": prose(60) + "\n" + prose(20),
         "state": random.choice(["open", "claimed", "review", "done"]), "log": [prose(12), prose(9)],
@@ -21,6 +27,7 @@ def task(number):
     }
 
 
+task = minimal if sys.argv[1] == "minimal" else full
 LIMIT = 16_777_216 - 100
 tasks, size, number = [], 0, 0
 while True:

@@ -1,17 +1,13 @@
 #!/bin/sh
-# What the build coordinator costs, against doing the same without it. Builds the release
-# program first; then every row is measured against its peer, by turns, on this machine.
+# What the build coordinator costs, against doing the same without it: every row is measured
+# against its peer, by turns, on this machine.
 # Usage: bench/build.sh [MEGABYTES_FOR_THE_PUMP]; a log holds 256, and nobody follows more.
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
 megabytes=${1:-240}
-dir=$here/../build/bench
-cmake -S "$here/.." -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQV_LTO=ON -DQV_TESTS=OFF \
-  -DQV_BENCH=ON >/dev/null
-cmake --build "$dir" >/dev/null
-qv=$dir/qv
-empty=$dir/bench_empty
-versus=$dir/bench_versus
+. "$here/row.sh"
+empty=$bin/bench_empty
+versus=$bin/bench_versus
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -21,21 +17,19 @@ unset QUORVEL_BUILD_SLOT QUORVEL_BUILD_SLOT_OFF
 cp "$empty" "$scratch/cargo"
 mkdir "$scratch/shims"
 ln -s "$qv" "$scratch/shims/cargo"
-cp "$dir/bench_spray" "$scratch/go"
+cp "$bin/bench_spray" "$scratch/go"
 
-row() { printf '%-46s %10s %10s %8s   %s\n' "$@"; }
 calc() { awk "BEGIN { printf \"%.${2:-2}f\", $1 }"; }
-row "what" "peer" "qv" "ratio" "target"
+heading
 
 cd "$scratch/plain"
 set -- $("$versus" 2000 : "$empty" : env QUORVEL_BUILD_SLOT=1 "$empty" \
   : env QUORVEL_BUILD_SLOT=1 "$qv" __build "$empty" : "$qv" __build "$scratch/cargo" build \
   : "$qv" __build "$empty" : env QUORVEL_BUILD_SLOT=1 "$qv" __build "$scratch/cargo" build \
   : env QUORVEL_BUILD_SLOT=1 PATH="$scratch/shims:$scratch:$PATH" "$scratch/shims/cargo" build)
-row "direct path / the program, ms" "$1" "$(calc "$1+$3-$2" 4)" "$(calc "($1+$3-$2)/$1")" "2.2"
-row "direct path through a link / __build, ms" "$6" "$7" "$(calc "$7/$6")" "1.0"
-row "not a known tool / the program, ms" "$1" "$5" "$(calc "$5/$1")" ""
-row "coordinated without a key - direct, ms" "$5" "$4" "+$(calc "$4-$5")" "+1.5"
+row "a build on the direct path" 'the tool alone' "$(calc "($1+$3-$2)/$1")" 1.30
+row "the direct path through a link" 'qv __build' "$(calc "$7/$6")" 1.0
+row "a coordinated build without a key" 'the direct path' "+$(calc "$4-$5") ms" '+0.5 ms'
 
 cd "$scratch/repo"
 git init -q .
@@ -58,7 +52,7 @@ while [ $i -lt 20 ]; do
 done
 git status --porcelain >/dev/null
 set -- $("$versus" 60 : git status --porcelain : "$qv" __build "$scratch/cargo" build : "$empty")
-row "keyed build / git status, 10,000 files, ms" "$1" "$(calc "$2-$3" 4)" "$(calc "($2-$3)/$1")" "2.5"
+row "a build with a key, 10,000 files" 'git status' "$(calc "($2-$3)/$1")" 2.5
 
 seconds_of() {
   start=$(date +%s.%N)
@@ -67,7 +61,7 @@ seconds_of() {
   calc "$end-$start" 3
 }
 reader() { cat >/dev/null; }
-with_tee() { "$dir/bench_spray" "$megabytes" | tee "$scratch/tee.out" | reader; }
+with_tee() { "$bin/bench_spray" "$megabytes" | tee "$scratch/tee.out" | reader; }
 with_pump() { "$qv" __build "$scratch/go" build "$megabytes" 2>/dev/null | reader; }
 with_follower() {
   "$qv" __build "$scratch/go" build "$megabytes" 2>/dev/null | reader &
@@ -78,7 +72,7 @@ with_follower() {
 # The tool's first argument is its subcommand.
 cat >"$scratch/go" <<END
 #!/bin/sh
-exec "$dir/bench_spray" "\$2"
+exec "$bin/bench_spray" "\$2"
 END
 best() {
   least=
@@ -92,11 +86,10 @@ best() {
 tee=$(best with_tee)
 pump=$(best with_pump)
 both=$(best with_follower)
-speed() { calc "$megabytes/$1" 0; }
-row "pump / tool | tee file, MB/s" "$(speed "$tee")" "$(speed "$pump")" "$(calc "$tee/$pump")" "1.2"
-row "the same with a follower, MB/s each" "$(speed "$tee")" "$(speed "$both")" "$(calc "$tee/$both")" "0.9"
+row "tool through qv, $megabytes MB of output" 'tool | tee FILE' "$(calc "$pump/$tee")" 1.0
+row "the same with a follower" 'tool | tee FILE' "$(calc "$both/$tee")" 1.2
 echo
-if [ -x "$dir/bench_build_pass" ]; then "$dir/bench_build_pass" "$qv"; fi
+if [ -x "$bin/bench_build_pass" ]; then "$bin/bench_build_pass" "$qv"; fi
 
 # Fifty identical builds behind a different one: the first in line runs, the rest follow it.
 cd "$scratch/repo"

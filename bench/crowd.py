@@ -11,6 +11,8 @@ import sys
 import threading
 import time
 
+from row import row
+
 qv, scratch, tools = sys.argv[1], sys.argv[2], sys.argv[3:]
 BUILDERS = 4
 PROBE_SECONDS = 0.01
@@ -145,10 +147,14 @@ def main():
         folders = [project(tool, number) for number in range(BUILDERS)]
         for name, jobs in ((f"{BUILDERS} different, {tool}", [(tool, folder) for folder in folders]),
                            (f"{BUILDERS} identical, {tool}", [(tool, folders[0])] * BUILDERS)):
+            means = {}
             for way, wrapper in ways.items():
                 figures = measure(wrapper, jobs)
+                means[way] = figures[1]
                 print(f"{name + ', ' + way:<34}" + "".join(f"{f:>8.1f}" for f in figures[:4])
                       + f"{figures[4]:>8.0f}{figures[5]:>9.2f}{figures[6]:>8.1f}", flush=True)
+            for peer in ("side by side", "behind flock"):
+                row(f"mean time to a result, {name}", peer, f"{means['behind qv'] / means[peer]:.2f}")
 
 
 main()

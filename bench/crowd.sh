@@ -6,6 +6,7 @@
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+. "$here/row.sh"
 tools=()
 for tool in go cargo; do
   if command -v "$tool" >/dev/null; then tools+=("$tool"); fi
@@ -17,4 +18,4 @@ fi
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 mkdir "$scratch/home"
-python3 "$here/crowd.py" "$here/../build/bench/qv" "$scratch" "${tools[@]}"
+python3 "$here/crowd.py" "$qv" "$scratch" "${tools[@]}"

@@ -1,11 +1,19 @@
 #!/usr/bin/env bash
-# Builds what is installed and what it is measured against, and prints every table.
+# Measures the program that is installed, or the one that is given, against its peers, prints
+# every table, and writes the figures down in docs/performance.md: bench/run.sh [QV].
+# Takes some minutes, in which nothing else should run.
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 scripts/setup.sh --bench
 cmake --preset bench >/dev/null
 cmake --build --preset bench
-for table in bench/*.sh; do
-  [[ $table == bench/run.sh ]] || { echo; echo "== $table"; bash "$table"; }
+export QV BENCH_ROWS=$PWD/build/bench/rows.tsv
+QV=$(realpath "${1:-build/bench/qv}")
+: >"$BENCH_ROWS"
+for table in board note_read build wait crowd; do
+  echo
+  echo "== $table"
+  bash "bench/$table.sh"
 done
+python3 bench/page.py "$QV" <"$BENCH_ROWS"

@@ -4,6 +4,6 @@
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-bin=$here/../build/bench
-printf '%-44s %10s   %s\n' measured value wanted
-"$bin/qv-sandbox" -- python3 "$here/wait.py" "$bin/qv-sandbox" "${1:-60}" 2>/dev/null
+. "$here/row.sh"
+heading
+"$bin/qv-sandbox" -- python3 "$here/wait.py" "$qv" "$bin/qv-sandbox" "${1:-60}" 2>/dev/null

@@ -55,6 +55,18 @@ std::string name_of() {
   return std::string(spelled.substr(from, spelled.find_first_of(";]", from) - from));
 }
 
+// What a field holds, perhaps a list of it.
+template <class T>
+struct Held {
+  using Type = T;
+};
+template <class T>
+struct Held<std::optional<T>> : Held<T> {};
+template <class T>
+struct Held<std::vector<T>> : Held<T> {};
+template <class T>
+struct Held<record::List<T>> : Held<T> {};
+
 template <class T>
 std::string type_of() {
   if constexpr (std::is_same_v<T, std::string>) {
@@ -65,8 +77,8 @@ std::string type_of() {
     return "integer";
   } else if constexpr (record::detail::is_optional<T>) {
     return type_of<typename T::value_type>();
-  } else if constexpr (record::detail::is_vector<T>) {
-    return "list of " + type_of<typename T::value_type>();
+  } else if constexpr (record::detail::is_vector<T> || record::detail::is_list<T>) {
+    return "list of " + type_of<typename Held<T>::Type>();
   } else if constexpr (record::Enumeration<T>) {
     std::string words = "one of";
     for (const std::string_view word : record::Words<T>::words) words += " " + code(word);
@@ -87,16 +99,6 @@ std::string presence_of(const record::Field<Owner, Member>& field) {
   }
   return "else " + code(initial);
 }
-
-// What a field holds, perhaps a list of it.
-template <class T>
-struct Held {
-  using Type = T;
-};
-template <class T>
-struct Held<std::optional<T>> : Held<T> {};
-template <class T>
-struct Held<std::vector<T>> : Held<T> {};
 
 // Adds the table of the record, and those of the records in it.
 template <record::Record T>

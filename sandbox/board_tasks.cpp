@@ -103,11 +103,12 @@ Reply add_task(const Call& call) {
 }
 
 Reply list_tasks(const Call& call) {
-  Reply reply{.kind = Kind::tasks, .tasks = std::vector<TeamworkTask>()};
+  std::vector<TeamworkTask> tasks;
   for (const Ticket& ticket : call.thread.tickets) {
-    reply.tasks->push_back(task_record(call.thread, ticket, call.caller));
+    tasks.push_back(task_record(call.thread, ticket, call.caller));
   }
-  std::ranges::stable_sort(*reply.tasks, std::ranges::greater(), &TeamworkTask::priority);
+  std::ranges::stable_sort(tasks, std::ranges::greater(), &TeamworkTask::priority);
+  Reply reply{.kind = Kind::tasks, .tasks = std::move(tasks)};
   if (call.caller.seat) reply.agent = agent_record(call.thread, call.caller, call.caller);
   return reply;
 }

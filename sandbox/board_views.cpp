@@ -38,13 +38,13 @@ bool reaches(const Event& event, const Call& call) {
 
 void add_to(TeamworkChangeFeed& feed, const Event& event, const Call& call) {
   feed.changed = true;
+  const bool task_is_told =
+      std::ranges::find(feed.changes, event.taskID, &TeamworkChange::taskID) != feed.changes.end();
   if (!contains(feed.changeKinds, event.kind)) feed.changeKinds.push_back(event.kind);
   feed.changes.push_back(event);
   const Ticket* ticket = call.thread.ticket(event.taskID.value_or(""));
-  if (ticket == nullptr) return;
-  const auto known = std::ranges::find(feed.tasks, ticket->id, &TeamworkTask::id);
-  if (known != feed.tasks.end()) return;
-  feed.tasks.push_back(task_record(call.thread, *ticket, call.caller));
+  if (ticket == nullptr || task_is_told) return;
+  feed.tasks.owned().push_back(task_record(call.thread, *ticket, call.caller));
 }
 
 }  // namespace
@@ -100,23 +100,31 @@ std::string next_step(const Call& call) {
   if (!call.caller.seat) return "take your seat: `qv board register`.";
   if (plan.goalComplete)
     return "none: the goal is complete. `qv board unregister` frees your seat.";
-  std::vector<TeamworkTask> tasks;
+  using board::TaskBucket;
+  std::array<std::vector<TeamworkTask>, board::kTaskBuckets> buckets;
+  const auto in = [&](TaskBucket bucket) -> auto& {
+    return buckets[static_cast<std::size_t>(bucket)];
+  };
   for (const Ticket& ticket : call.thread.tickets) {
-    tasks.push_back(task_record(call.thread, ticket, call.caller));
+    TeamworkTask task = task_record(call.thread, ticket, call.caller);
+    in(board::bucket_of(task, call.caller.fingerprint)).push_back(std::move(task));
   }
-  const board::TaskBuckets buckets = board::grouped(tasks, call.caller.fingerprint);
-  if (!buckets.yours.empty()) return "go on with " + buckets.yours[0]->id + ", which you hold.";
-  for (const auto* bucket : {&buckets.forYou, &buckets.readyToClaim}) {
-    for (const TeamworkTask* task : *bucket) {
-      if (task->ready) return "`qv task claim " + task->id + "`.";
+  if (!in(TaskBucket::yours).empty()) {
+    return "go on with " + in(TaskBucket::yours)[0].id + ", which you hold.";
+  }
+  for (const TaskBucket bucket : {TaskBucket::forYou, TaskBucket::readyToClaim}) {
+    for (const TeamworkTask& task : in(bucket)) {
+      if (task.ready) return "`qv task claim " + task.id + "`.";
     }
   }
-  if (plan.pendingGoalComplete || !buckets.forYou.empty() || !buckets.waiting.empty()) {
+  if (plan.pendingGoalComplete || !in(TaskBucket::forYou).empty() ||
+      !in(TaskBucket::waiting).empty()) {
     return "nothing is READY. `qv wait` says when that changes.";
   }
   if (plan.goal.empty()) return "set the goal: `qv board goal \"<what this board works toward>\"`.";
-  return tasks.empty() ? "file the work: `qv task add \"<one line>\" --body \"<the brief>\"`."
-                       : "everything is finished: `qv board propose-complete`, or file more work.";
+  return call.thread.tickets.empty()
+             ? "file the work: `qv task add \"<one line>\" --body \"<the brief>\"`."
+             : "everything is finished: `qv board propose-complete`, or file more work.";
 }
 
 TeamworkDiscussion debate_record(TeamworkDiscussion debate, const Pane& reader) {

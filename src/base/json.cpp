@@ -1,19 +1,20 @@
 // Reading. The grammar, UTF-8 and escapes are the library's; it calls the builder for each
 // piece of the text. A string without escapes arrives as a view of the text and stays one;
-// one with escapes arrives in parts, which are joined in blocks that the document owns.
+// one with escapes arrives in parts, which are joined in memory that the document owns.
 // The library's own reading of doubles is one unit off now and then, so they are read from
 // their text here.
 
 #include "base/json.h"
 
-#include <algorithm>
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/system/error_code.hpp>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <utility>
+#include <vector>
 
 namespace qv::json {
 
@@ -31,7 +32,7 @@ class Builder {
 
   explicit Builder(std::string_view source) : source_(source) {
     constexpr std::size_t kBytesPerNode = 12;  // of text, in replies of the usual make
-    document_.nodes_.reserve(source.size() / kBytesPerNode + 4);
+    make_room(source.size() / kBytesPerNode + 4);
   }
 
   Document take() { return std::move(document_); }
@@ -42,9 +43,9 @@ class Builder {
   bool on_object_end(std::size_t count, Error&) { return close(count); }
   bool on_array_begin(Error&) { return open(Kind::array); }
   bool on_array_end(std::size_t count, Error&) { return close(count); }
-  bool on_key_part(Part part, std::size_t, Error&) { return begin_text(part); }
+  bool on_key_part(Part part, std::size_t, Error&) { return add_part(part); }
   bool on_key(Part part, std::size_t, Error&) { return end_text(part); }
-  bool on_string_part(Part part, std::size_t, Error&) { return begin_text(part); }
+  bool on_string_part(Part part, std::size_t, Error&) { return add_part(part); }
   bool on_string(Part part, std::size_t, Error&) { return end_text(part); }
   bool on_number_part(Part, Error&) { return true; }
   bool on_int64(std::int64_t number, Part part, Error&) {
@@ -77,9 +78,20 @@ class Builder {
 
  private:
   Node& add(Kind kind) {
-    Node& node = document_.nodes_.emplace_back();
+    if (size_ == capacity_) make_room(capacity_ * 2);
+    Node& node = *new (document_.nodes_.get() + size_++) Node;
     node.kind = kind;
     return node;
+  }
+
+  // The nodes of a large document are larger than its text. The system moves them page by page,
+  // where a vector would copy them, and of the new room gives only what is used.
+  void make_room(std::size_t capacity) {
+    void* const larger = std::realloc(document_.nodes_.get(), capacity * sizeof(Node));
+    if (larger == nullptr) throw std::bad_alloc();
+    static_cast<void>(document_.nodes_.release());
+    document_.nodes_.reset(static_cast<Node*>(larger));
+    capacity_ = capacity;
   }
 
   bool add_real(double number) {
@@ -88,7 +100,7 @@ class Builder {
   }
 
   bool open(Kind kind) {
-    open_.push_back(document_.nodes_.size());
+    open_.push_back(size_);
     add(kind);
     return true;
   }
@@ -98,12 +110,18 @@ class Builder {
     open_.pop_back();
     Node& node = document_.nodes_[index];
     node.size = static_cast<std::uint32_t>(count);
-    node.span = document_.nodes_.size() - index;
+    node.span = size_ - index;
     return true;
   }
 
-  bool begin_text(Part part) {
-    parts_ += part;
+  // All texts together are no longer unescaped than in the source.
+  bool add_part(Part part) {
+    if (!document_.unescaped_) {
+      document_.unescaped_.reset(new char[source_.size()]);
+      text_ = text_end_ = document_.unescaped_.get();
+    }
+    std::memcpy(text_end_, part.data(), part.size());
+    text_end_ += part.size();
     return true;
   }
 
@@ -112,10 +130,10 @@ class Builder {
     const bool in_source = not_after(source_.data(), part.data()) &&
                            not_after(part.data() + part.size(), source_.data() + source_.size());
     std::string_view text = part;
-    if (!parts_.empty() || !in_source) {
-      parts_ += part;
-      text = kept(parts_);
-      parts_.clear();
+    if (text_ != text_end_ || !in_source) {
+      add_part(part);
+      text = {text_, static_cast<std::size_t>(text_end_ - text_)};
+      text_ = text_end_;
     }
     Node& node = add(Kind::text);
     node.text = text.data();
@@ -123,27 +141,13 @@ class Builder {
     return true;
   }
 
-  // A copy that lives as long as the document.
-  std::string_view kept(std::string_view text) {
-    if (block_left_ < text.size()) {
-      constexpr std::size_t kLargestBlock = std::size_t{1} << 20;
-      const std::size_t size = std::max(text.size(), std::min(kLargestBlock, source_.size()));
-      block_ = document_.unescaped_.emplace_back(new char[size]).get();
-      block_left_ = size;
-    }
-    std::memcpy(block_, text.data(), text.size());
-    const std::string_view copy(block_, text.size());
-    block_ += text.size();
-    block_left_ -= text.size();
-    return copy;
-  }
-
   std::string_view source_;
   Document document_;
+  std::size_t size_ = 0;  // of the nodes
+  std::size_t capacity_ = 0;
   std::vector<std::size_t> open_;  // arrays and objects not yet closed
-  std::string parts_;              // of the text under way
-  char* block_ = nullptr;
-  std::size_t block_left_ = 0;
+  const char* text_ = nullptr;     // the text under way, where it is put together
+  char* text_end_ = nullptr;
 };
 
 std::optional<Document> parse(std::string_view text) {

@@ -1,13 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <vector>
 
 // JSON as it is read, looked at and printed here. A document is one flat list of nodes in
 // the order of the text, and its strings are views of that text wherever they can be, so
@@ -120,15 +120,18 @@ class Value::Range {
 // A whole text that was read. Move-only; the text must outlive it.
 class Document {
  public:
-  [[nodiscard]] Value root() const& { return Value(nodes_.data()); }
+  [[nodiscard]] Value root() const& { return Value(nodes_.get()); }
   operator Value() const& { return root(); }  // NOLINT: a document stands for its value
   Value root() const&& = delete;              // a value must not outlive its document
   operator Value() const&& = delete;
 
  private:
   friend class Builder;
-  std::vector<Node> nodes_;
-  std::vector<std::unique_ptr<char[]>> unescaped_;  // texts that differ from their source
+  struct Free {
+    void operator()(Node* nodes) const { std::free(nodes); }
+  };
+  std::unique_ptr<Node[], Free> nodes_;
+  std::unique_ptr<char[]> unescaped_;  // the texts that differ from their source
 };
 
 // Reads one JSON document (strict UTF-8, at most 512 levels deep). Integers keep all 64

@@ -1,11 +1,14 @@
 // Printing. Keys are sorted, numbers stand in their shortest form and text with as few
-// escapes as JSON allows, so that two equal documents print alike.
+// escapes as JSON allows, so that two equal documents print alike. A large document is
+// millions of short pieces, so they are put together in a small buffer first: to grow a string,
+// or to call for a copy, costs more than such a piece.
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 #include "base/json.h"
 
@@ -13,16 +16,135 @@ namespace qv::json {
 
 namespace {
 
+// Whether the byte may need an escape inside a JSON string.
+constexpr auto kSpecial = [] {
+  std::array<bool, 256> special{};
+  for (std::size_t byte = 0; byte < 0x20; ++byte) special[byte] = true;
+  special['"'] = special['\\'] = special['/'] = true;
+  return special;
+}();
+
+// The first position from `i` on where a special byte stands, eight bytes at a time.
+std::size_t plain_run(std::string_view text, std::size_t i) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  constexpr std::uint64_t kHighs = 0x8080808080808080;
+  const auto has_zero = [](std::uint64_t word) { return (word - kOnes) & ~word & kHighs; };
+  for (; i + 8 <= text.size(); i += 8) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text.data() + i, sizeof word);
+    const std::uint64_t below_blank = (word - kOnes * 0x20) & ~word & kHighs;
+    if ((below_blank | has_zero(word ^ kOnes * '"') | has_zero(word ^ kOnes * '\\') |
+         has_zero(word ^ kOnes * '/')) != 0) {
+      break;
+    }
+  }
+  while (i < text.size() && !kSpecial[static_cast<unsigned char>(text[i])]) ++i;
+  return i;
+}
+
+template <class Out>
+void put_escape(Out& out, unsigned char byte) {
+  constexpr std::pair<unsigned char, char> kShort[] = {
+      {'\n', 'n'}, {'\t', 't'}, {'\r', 'r'},  {'\b', 'b'},
+      {'\f', 'f'}, {'"', '"'},  {'\\', '\\'}, {'/', '/'},
+  };
+  out += '\\';
+  for (const auto& [plain, letter] : kShort) {
+    if (plain != byte) continue;
+    out += letter;
+    return;
+  }
+  constexpr char kHex[] = "0123456789abcdef";
+  out += "u00";
+  out += kHex[byte >> 4U];
+  out += kHex[byte & 0xFU];
+}
+
+template <class Out>
+void put_text(Out& out, std::string_view text, Slashes slashes) {
+  out += '"';
+  std::size_t plain = 0;  // start of the run that needs no escape
+  for (std::size_t i = plain_run(text, 0); i < text.size(); i = plain_run(text, i)) {
+    const auto byte = static_cast<unsigned char>(text[i++]);
+    if (byte == '/' && slashes == Slashes::plain) continue;
+    out += text.substr(plain, i - 1 - plain);
+    put_escape(out, byte);
+    plain = i;
+  }
+  out += text.substr(plain);
+  out += '"';
+}
+
+class Digits {
+ public:
+  template <class Number>
+  explicit Digits(Number number) : end_(std::to_chars(digits_, std::end(digits_), number).ptr) {}
+  [[nodiscard]] std::string_view view() const { return {digits_, end_}; }
+
+ private:
+  char digits_[40];
+  const char* end_;
+};
+
+// A text that is put together of short pieces.
+class Pieces {
+ public:
+  explicit Pieces(std::size_t expected) { text_.reserve(expected); }
+
+  Pieces& operator+=(char byte) {
+    if (used_ == sizeof buffer_) flush();
+    buffer_[used_++] = byte;
+    return *this;
+  }
+
+  Pieces& operator+=(std::string_view piece) {
+    if (piece.size() > sizeof buffer_ - used_) flush();
+    if (piece.size() > sizeof buffer_) {
+      text_ += piece;
+      return *this;
+    }
+    copy(buffer_ + used_, piece);
+    used_ += piece.size();
+    return *this;
+  }
+
+  std::string take() {
+    flush();
+    return std::move(text_);
+  }
+
+ private:
+  void flush() { text_.append(buffer_, std::exchange(used_, 0)); }
+
+  // Copies of a known length are instructions, not calls.
+  static void copy(char* to, std::string_view piece) {
+    constexpr std::size_t kWord = 8;
+    constexpr std::size_t kShort = 64;
+    const char* const from = piece.data();
+    const std::size_t size = piece.size();
+    if (size > kShort) {
+      std::memcpy(to, from, size);
+    } else if (size >= kWord) {
+      for (std::size_t i = 0; i + kWord < size; i += kWord) std::memcpy(to + i, from + i, kWord);
+      std::memcpy(to + size - kWord, from + size - kWord, kWord);
+    } else {
+      for (std::size_t i = 0; i < size; ++i) to[i] = from[i];
+    }
+  }
+
+  std::string text_;
+  std::size_t used_ = 0;
+  char buffer_[4096];
+};
+
 class Printer {
  public:
-  Printer(bool multiline, const std::optional<AddedMember>& added)
-      : multiline_(multiline), added_(added) {}
-
-  std::string print(Value value) {
-    out_.reserve(estimated_size(value));
+  Printer(Value value, bool multiline, const std::optional<AddedMember>& added)
+      : out_(estimated_size(value)), multiline_(multiline), added_(added) {
     append(value, 0);
-    return std::move(out_);
   }
+
+  std::string text() { return out_.take(); }
 
  private:
   // Near enough that the text is seldom moved while it grows.
@@ -61,14 +183,19 @@ class Printer {
   void append(Value value, std::size_t depth) {
     switch (value.kind()) {
       case Kind::null: out_ += "null"; break;
-      case Kind::boolean: out_ += value.boolean() ? "true" : "false"; break;
-      case Kind::integer: append_number(out_, value.integer()); break;
-      case Kind::unsigned_integer: out_ += std::to_string(value.unsigned_integer()); break;
-      case Kind::real: append_number(out_, value.real()); break;
-      case Kind::text: append_text(out_, value.text()); break;
+      case Kind::boolean: out_ += std::string_view(value.boolean() ? "true" : "false"); break;
+      case Kind::integer: append_digits(value.integer()); break;
+      case Kind::unsigned_integer: append_digits(value.unsigned_integer()); break;
+      case Kind::real: append_digits(value.real()); break;
+      case Kind::text: put_text(out_, value.text(), Slashes::plain); break;
       case Kind::array: append_array(value, depth); break;
       case Kind::object: append_object(value, depth); break;
     }
+  }
+
+  template <class Number>
+  void append_digits(Number number) {
+    out_ += Digits(number).view();
   }
 
   void append_array(Value array, std::size_t depth) {
@@ -103,8 +230,8 @@ class Printer {
   }
 
   void append_member(Row row, std::size_t depth) {
-    append_text(out_, row.key);
-    out_ += multiline_ ? ": " : ":";
+    put_text(out_, row.key, Slashes::plain);
+    out_ += multiline_ ? std::string_view(": ") : ":";
     const bool outer = std::exchange(keeps_order_, keeps_order_ || row.order == kAddedOrder);
     append(row.value, depth);
     keeps_order_ = outer;
@@ -124,91 +251,30 @@ class Printer {
     constexpr std::string_view kBlanks = "\n                                ";
     const std::size_t width = 1 + depth * 2;
     out_ += kBlanks.substr(0, width);
-    if (width > kBlanks.size()) out_.append(width - kBlanks.size(), ' ');
+    for (std::size_t i = kBlanks.size(); i < width; ++i) out_ += ' ';
   }
 
-  std::string out_;
+  Pieces out_;
   std::vector<Row> rows_;
   bool multiline_;
   bool keeps_order_ = false;  // inside the member that was added
   std::optional<AddedMember> added_;
 };
 
-// Whether the byte may need an escape inside a JSON string.
-constexpr auto kSpecial = [] {
-  std::array<bool, 256> special{};
-  for (std::size_t byte = 0; byte < 0x20; ++byte) special[byte] = true;
-  special['"'] = special['\\'] = special['/'] = true;
-  return special;
-}();
-
-// The first position from `i` on where a special byte stands, eight bytes at a time.
-std::size_t plain_run(std::string_view text, std::size_t i) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101;
-  constexpr std::uint64_t kHighs = 0x8080808080808080;
-  const auto has_zero = [](std::uint64_t word) { return (word - kOnes) & ~word & kHighs; };
-  for (; i + 8 <= text.size(); i += 8) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, text.data() + i, sizeof word);
-    const std::uint64_t below_blank = (word - kOnes * 0x20) & ~word & kHighs;
-    if ((below_blank | has_zero(word ^ kOnes * '"') | has_zero(word ^ kOnes * '\\') |
-         has_zero(word ^ kOnes * '/')) != 0) {
-      break;
-    }
-  }
-  while (i < text.size() && !kSpecial[static_cast<unsigned char>(text[i])]) ++i;
-  return i;
-}
-
-void append_escape(std::string& out, unsigned char byte) {
-  constexpr std::pair<unsigned char, char> kShort[] = {
-      {'\n', 'n'}, {'\t', 't'}, {'\r', 'r'},  {'\b', 'b'},
-      {'\f', 'f'}, {'"', '"'},  {'\\', '\\'}, {'/', '/'},
-  };
-  out += '\\';
-  for (const auto& [plain, letter] : kShort) {
-    if (plain != byte) continue;
-    out += letter;
-    return;
-  }
-  constexpr char kHex[] = "0123456789abcdef";
-  out += "u00";
-  out += kHex[byte >> 4U];
-  out += kHex[byte & 0xFU];
-}
-
 }  // namespace
 
 std::string pretty(Value value, const std::optional<AddedMember>& added) {
-  return Printer(true, added).print(value);
+  return Printer(value, true, added).text();
 }
 
-std::string compact(Value value) { return Printer(false, std::nullopt).print(value); }
+std::string compact(Value value) { return Printer(value, false, std::nullopt).text(); }
 
 void append_text(std::string& out, std::string_view text, Slashes slashes) {
-  out += '"';
-  std::size_t plain = 0;  // start of the run that needs no escape
-  for (std::size_t i = plain_run(text, 0); i < text.size(); i = plain_run(text, i)) {
-    const auto byte = static_cast<unsigned char>(text[i++]);
-    if (byte == '/' && slashes == Slashes::plain) continue;
-    out += text.substr(plain, i - 1 - plain);
-    append_escape(out, byte);
-    plain = i;
-  }
-  out += text.substr(plain);
-  out += '"';
+  put_text(out, text, slashes);
 }
 
-void append_number(std::string& out, std::int64_t number) {
-  char digits[24];
-  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-  out.append(digits, end);
-}
+void append_number(std::string& out, std::int64_t number) { out += Digits(number).view(); }
 
-void append_number(std::string& out, double number) {
-  char digits[40];
-  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-  out.append(digits, end);
-}
+void append_number(std::string& out, double number) { out += Digits(number).view(); }
 
 }  // namespace qv::json

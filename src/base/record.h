@@ -10,8 +10,8 @@
 //
 // required: the key must be there with the right type. optional: the member is a
 // std::optional; an absent key or null leaves it empty. defaulted: an absent key or null
-// leaves the member's initial value. Keys the table does not know are ignored. Nothing
-// is half decoded on failure that anybody looks at: decode says false and that is all.
+// leaves the member's initial value. Keys the table does not know are ignored. A record is
+// decoded as a whole: nothing stays of what it held before, and on failure nobody looks at it.
 
 #include <algorithm>
 #include <array>
@@ -27,6 +27,8 @@
 #include <vector>
 
 #include "base/json.h"
+#include "base/record_list.h"
+#include "base/text.h"
 
 namespace qv::record {
 
@@ -70,17 +72,29 @@ concept Enumeration = std::is_enum_v<T> && requires {
   Words<T>::words;
 };
 
+// False when the value is no T. What was decoded is valid as long as the document, if it has a
+// record::List somewhere; otherwise for good.
 template <class T>
 [[nodiscard]] bool decode(json::Value value, T& out);
+// Whether it could be decoded.
+template <class T>
+[[nodiscard]] bool is(json::Value value);
 template <class T>
 void encode(const T& in, std::string& out, json::Slashes slashes = json::Slashes::plain);
 
-// The record in a JSON text; absent when it is not JSON or not such a record.
+namespace detail {
+template <class T>
+void own_lists(T& in);
+}
+
+// The record in a JSON text; absent when it is not JSON or not such a record. It needs that
+// text no longer.
 template <Record T>
 [[nodiscard]] std::optional<T> from_text(std::string_view text) {
   T out;
   const auto value = json::parse(text);
   if (!value || !decode(*value, out)) return std::nullopt;
+  detail::own_lists(out);
   return out;
 }
 
@@ -107,26 +121,46 @@ template <class T>
 inline constexpr bool is_vector = false;
 template <class T>
 inline constexpr bool is_vector<std::vector<T>> = true;
+template <class T>
+inline constexpr bool is_list = false;
+template <class T>
+inline constexpr bool is_list<List<T>> = true;
+
+// Reads the value, and puts it into `out` unless that is null. False when it is no T.
+template <class T>
+bool read(json::Value value, T* out);
 
 template <class T>
 struct Slot {
   std::string_view key;
   bool required;
-  bool (*read)(json::Value, T&);
+  bool (*read)(json::Value, T*);
   void (*reset)(T&);
 };
 
-template <class T, std::size_t I>
-bool read_field(json::Value value, T& out) {
-  constexpr auto field = std::get<I>(Schema<T>::fields);
-  if (field.presence != Presence::required && value.is(json::Kind::null)) return true;
-  return decode(value, out.*field.member);
+template <class T>
+const T& initial() {
+  static const T record;
+  return record;
 }
 
 template <class T, std::size_t I>
 void reset_field(T& out) {
   constexpr auto field = std::get<I>(Schema<T>::fields);
-  out.*field.member = T{}.*field.member;
+  if constexpr (field.presence == Presence::optional) {
+    (out.*field.member).reset();
+  } else if constexpr (field.presence == Presence::defaulted) {
+    out.*field.member = initial<T>().*field.member;
+  }
+}
+
+template <class T, std::size_t I>
+bool read_field(json::Value value, T* out) {
+  constexpr auto field = std::get<I>(Schema<T>::fields);
+  const bool absent = field.presence != Presence::required && value.is(json::Kind::null);
+  if (!absent) return read(value, out == nullptr ? nullptr : &(out->*field.member));
+  if (out != nullptr) reset_field<T, I>(*out);
+  return true;
 }
 
 template <class T>
@@ -140,7 +174,7 @@ inline constexpr auto slots = []<std::size_t... I>(std::index_sequence<I...>) {
 
 // Senders write keys in table order, so the search starts behind the last key found.
 template <class T>
-bool decode_record(json::Value value, T& out) {
+bool read_record(json::Value value, T* out) {
   constexpr auto& table = slots<T>;
   static_assert(table.size() <= 64);
   if (!value.is(json::Kind::object)) return false;
@@ -150,23 +184,23 @@ bool decode_record(json::Value value, T& out) {
     for (std::size_t tried = 0; tried < table.size(); ++tried) {
       const std::size_t i =
           next + tried < table.size() ? next + tried : next + tried - table.size();
-      if (table[i].key != member.key) continue;
-      const std::uint64_t bit = std::uint64_t{1} << i;
-      if ((seen & bit) != 0) table[i].reset(out);  // a key that comes again
+      if (!text::same_word(table[i].key, member.key)) continue;
       if (!table[i].read(member.value, out)) return false;
-      seen |= bit;
+      seen |= std::uint64_t{1} << i;
       next = i + 1;
       break;
     }
   }
   for (std::size_t i = 0; i < table.size(); ++i) {
-    if (table[i].required && (seen & (std::uint64_t{1} << i)) == 0) return false;
+    if ((seen & (std::uint64_t{1} << i)) != 0) continue;
+    if (table[i].required) return false;
+    if (out != nullptr) table[i].reset(*out);
   }
   return true;
 }
 
 template <std::integral T>
-bool decode_integer(json::Value value, T& out) {
+bool read_integer(json::Value value, T* out) {
   std::int64_t number = 0;
   if (value.is(json::Kind::integer)) {
     number = value.integer();
@@ -177,18 +211,21 @@ bool decode_integer(json::Value value, T& out) {
     if (static_cast<double>(number) != value.real()) return false;
   }
   if (!std::in_range<T>(number)) return false;
-  out = static_cast<T>(number);
+  if (out != nullptr) *out = static_cast<T>(number);
   return true;
 }
 
 template <std::floating_point T>
-bool decode_number(json::Value value, T& out) {
+bool read_number(json::Value value, T* out) {
+  T number = 0;
   switch (value.kind()) {
-    case json::Kind::integer: out = static_cast<T>(value.integer()); return true;
-    case json::Kind::unsigned_integer: out = static_cast<T>(value.unsigned_integer()); return true;
-    case json::Kind::real: out = static_cast<T>(value.real()); return true;
+    case json::Kind::integer: number = static_cast<T>(value.integer()); break;
+    case json::Kind::unsigned_integer: number = static_cast<T>(value.unsigned_integer()); break;
+    case json::Kind::real: number = static_cast<T>(value.real()); break;
     default: return false;
   }
+  if (out != nullptr) *out = number;
+  return true;
 }
 
 template <class T>
@@ -206,28 +243,71 @@ bool may_be(json::Value value) {
 }
 
 template <class T>
-bool decode_list(json::Value value, std::vector<T>& out) {
+bool read_elements(json::Value value, std::vector<T>* out) {
   if (!value.is(json::Kind::array)) return false;
   for (const json::Value element : value.elements()) {
     if (!may_be<T>(element)) return false;
   }
-  out.resize(value.size());
+  if (out != nullptr) out->resize(value.size());
   std::size_t i = 0;
   for (const json::Value element : value.elements()) {
-    if (!decode(element, out[i++])) return false;
+    if (!read(element, out == nullptr ? nullptr : &(*out)[i++])) return false;
   }
   return true;
 }
 
 template <class T>
-bool decode_word(json::Value value, T& out) {
+bool read_word(json::Value value, T* out) {
   if (!value.is(json::Kind::text)) return false;
   for (std::size_t i = 0; i < Words<T>::words.size(); ++i) {
     if (Words<T>::words[i] != value.text()) continue;
-    out = static_cast<T>(i);
+    if (out != nullptr) *out = static_cast<T>(i);
     return true;
   }
   return false;
+}
+
+template <class T>
+bool read(json::Value value, T* out) {
+  if constexpr (std::same_as<T, std::string>) {
+    if (!value.is(json::Kind::text)) return false;
+    if (out != nullptr) *out = value.text();
+    return true;
+  } else if constexpr (std::same_as<T, bool>) {
+    if (!value.is(json::Kind::boolean)) return false;
+    if (out != nullptr) *out = value.boolean();
+    return true;
+  } else if constexpr (std::integral<T>) {
+    return read_integer(value, out);
+  } else if constexpr (std::floating_point<T>) {
+    return read_number(value, out);
+  } else if constexpr (is_optional<T>) {
+    if (out != nullptr && !*out) out->emplace();
+    return read(value, out == nullptr ? nullptr : &**out);
+  } else if constexpr (is_vector<T>) {
+    return read_elements(value, out);
+  } else if constexpr (is_list<T>) {
+    return out == nullptr ? T().read(value) : out->read(value);
+  } else if constexpr (Enumeration<T>) {
+    return read_word(value, out);
+  } else {
+    static_assert(Record<T>, "no field table for this type");
+    return read_record(value, out);
+  }
+}
+
+template <class T>
+void own_lists(T& in) {
+  if constexpr (is_list<T>) {
+    in.owned();
+  } else if constexpr (is_optional<T>) {
+    if (in) own_lists(*in);
+  } else if constexpr (is_vector<T>) {
+    for (auto& element : in) own_lists(element);
+  } else if constexpr (Record<T>) {
+    std::apply([&](const auto&... field) { (own_lists(in.*field.member), ...); },
+               Schema<T>::fields);
+  }
 }
 
 template <class T>
@@ -252,28 +332,12 @@ void encode_record(const T& in, std::string& out, json::Slashes slashes) {
 
 template <class T>
 bool decode(json::Value value, T& out) {
-  if constexpr (std::same_as<T, std::string>) {
-    if (!value.is(json::Kind::text)) return false;
-    out = value.text();
-    return true;
-  } else if constexpr (std::same_as<T, bool>) {
-    if (!value.is(json::Kind::boolean)) return false;
-    out = value.boolean();
-    return true;
-  } else if constexpr (std::integral<T>) {
-    return detail::decode_integer(value, out);
-  } else if constexpr (std::floating_point<T>) {
-    return detail::decode_number(value, out);
-  } else if constexpr (detail::is_optional<T>) {
-    return decode(value, out.emplace());
-  } else if constexpr (detail::is_vector<T>) {
-    return detail::decode_list(value, out);
-  } else if constexpr (Enumeration<T>) {
-    return detail::decode_word(value, out);
-  } else {
-    static_assert(Record<T>, "no field table for this type");
-    return detail::decode_record(value, out);
-  }
+  return detail::read(value, &out);
+}
+
+template <class T>
+bool is(json::Value value) {
+  return detail::read<T>(value, nullptr);
 }
 
 template <class T>
@@ -295,6 +359,13 @@ void encode(const T& in, std::string& out, json::Slashes slashes) {
       encode(element, out, slashes);
     }
     out += ']';
+  } else if constexpr (detail::is_list<T>) {
+    char before = '[';
+    in.for_each([&](const auto& element) {
+      out += std::exchange(before, ',');
+      encode(element, out, slashes);
+    });
+    out += in.empty() ? "[]" : "]";
   } else if constexpr (Enumeration<T>) {
     json::append_text(out, word(in), slashes);
   } else {

@@ -121,6 +121,10 @@ std::string mapped(std::string_view text, Map map) {
   std::string out;
   out.reserve(text.size());
   for (std::size_t i = 0; i < text.size();) {
+    if (is_ascii(text[i])) {
+      out += static_cast<char>(map(text[i++]));
+      continue;
+    }
     const CodePoint point = code_point_at(text, i);
     if (point.length == 0) {
       out += text[i++];
@@ -135,6 +139,18 @@ std::string mapped(std::string_view text, Map map) {
 }
 
 }  // namespace
+
+std::size_t find_byte(std::string_view bytes, char byte) {
+  constexpr std::size_t kBlock = 64;
+  std::size_t position = 0;
+  for (; bytes.size() - position >= kBlock; position += kBlock) {
+    const char* const block = bytes.data() + position;
+    bool found = false;  // without a branch, so that it becomes a few vector instructions
+    for (std::size_t i = 0; i < kBlock; ++i) found |= block[i] == byte;
+    if (found) break;
+  }
+  return bytes.find(byte, position);
+}
 
 bool is_utf8(std::string_view bytes) {
   for (std::size_t i = 0; i < bytes.size();) {

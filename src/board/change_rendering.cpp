@@ -38,16 +38,16 @@ constexpr WakeSentence kWakeSentences[] = {
 };
 
 // The open tasks as rows; the finished ones only as a count.
-std::string feed_tasks(const std::vector<TeamworkTask>& tasks) {
+std::string feed_tasks(const TaskList& tasks) {
   std::string rows;
   std::size_t finished = 0;
-  for (const TeamworkTask& task : tasks) {
+  tasks.for_each([&](const TeamworkTask& task) {
     if (task.state == "done" || task.state == "rejected") {
       ++finished;
     } else {
-      rows += "\n" + task_row(task, "  ");
+      append_task_row(rows, task);
     }
-  }
+  });
   std::string out;
   if (!rows.empty()) out += "\nTasks:" + rows;
   if (finished > 0) {

@@ -70,7 +70,7 @@ struct TeamworkChangeFeed {
   bool goalComplete = false;
   bool pendingGoalComplete = false;
   std::vector<std::string> changeKinds;
-  std::vector<TeamworkTask> tasks;
+  TaskList tasks;
   std::vector<TeamworkChange> changes;
   std::vector<TeamworkWakeReason> wakeReasons;
   std::vector<TeamworkSquadMessage> messages;

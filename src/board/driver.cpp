@@ -51,40 +51,13 @@ std::string reader_of(const TeamworkResponse& response, CLIRuntime& runtime) {
   return runtime.state().load().fingerprint.value_or("");
 }
 
-struct BucketName {
-  std::string_view name;
-  TaskBuckets::Tasks TaskBuckets::*tasks;
-};
-
-constexpr BucketName kBucketNames[] = {
-    {"yours", &TaskBuckets::yours},
-    {"forYou", &TaskBuckets::forYou},
-    {"readyToClaim", &TaskBuckets::readyToClaim},
-    {"waiting", &TaskBuckets::waiting},
-    {"done", &TaskBuckets::done},
-    {"rejected", &TaskBuckets::rejected},
-};
-
 // A task list's JSON also carries the ids of each bucket, so that a script sees the same
 // grouping as the prose.
-std::string bucket_ids(const TeamworkResponse& response, std::string_view reader) {
-  const TaskBuckets buckets = response.tasks ? grouped(*response.tasks, reader) : TaskBuckets{};
-  std::string out;
-  for (const auto& [name, bucket] : kBucketNames) {
-    std::vector<std::string> ids;
-    for (const TeamworkTask* task : buckets.*bucket) ids.push_back(task->id);
-    out += out.empty() ? "{" : ",";
-    json::append_text(out, name);
-    out += ":";
-    record::encode(ids, out);
-  }
-  return out + "}";
-}
-
 std::string as_json(const TeamworkResponse& response, json::Value reply, std::string_view method,
                     CLIRuntime& runtime) {
   if (method != "list_tasks" || refused(response)) return json::pretty(reply);
-  const std::string ids = bucket_ids(response, reader_of(response, runtime));
+  const std::string ids =
+      bucket_ids(response.tasks.value_or(TaskList()), reader_of(response, runtime));
   const auto buckets = json::parse(ids);
   return buckets ? json::pretty(reply, json::AddedMember{"buckets", *buckets})
                  : json::pretty(reply);
@@ -118,16 +91,13 @@ ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON, CLIRuntime& 
   }
   const std::string warning = TeamworkRequestBuilder::warning(flags);
   if (!warning.empty()) runtime.err(warning);
-  const auto bytes = bridge::ask(env.board, env.sessionID, std::get<TeamworkRequest>(outcome),
-                                 {.lastOfProcess = true});
+  const auto bytes = bridge::ask(env.board, env.sessionID, std::get<TeamworkRequest>(outcome));
   if (!bytes) {
     runtime.err(complaints::not_answering("board", env.board.socket, bytes));
     return ExitCode::unavailable;
   }
   const auto reply = json::parse(bytes.view());
-  // The process ends with this command: taking a large reply apart again would only cost time.
-  static auto& last_reply = *new std::optional<TeamworkResponse>;
-  TeamworkResponse& response = last_reply.emplace();
+  TeamworkResponse response;
   const bool readable = reply && record::decode(*reply, response);
   trace::step(readable ? record::word(response.kind) : "nothing readable", " in the reply");
   if (!readable) {

@@ -84,7 +84,7 @@ struct TeamworkResponse {
   Kind kind = Kind::empty;
   std::optional<TeamworkAgent> agent;
   std::optional<std::vector<TeamworkAgent>> agents;
-  std::optional<std::vector<TeamworkTask>> tasks;
+  std::optional<TaskList> tasks;
   std::optional<TeamworkTask> task;
   std::optional<TeamworkPlan> plan;
   std::optional<std::string> message;

@@ -163,4 +163,7 @@ struct record::Schema<TeamworkTask> {
   };
 };
 
+// A backlog may be as long as the largest reply.
+using TaskList = record::List<TeamworkTask>;
+
 }  // namespace qv

@@ -3,26 +3,97 @@
 
 #include "board/task_rendering.h"
 
+#include <array>
+
 #include "base/text.h"
 
 namespace qv::board {
 
 namespace {
 
-TaskBuckets::Tasks& bucket_of(const TeamworkTask& task, std::string_view reader,
-                              TaskBuckets& buckets) {
-  if (task.state == "done") return buckets.done;
-  if (task.state == "rejected") return buckets.rejected;
-  const bool held = text::given(task.ownerFingerprint);
-  if (!reader.empty() && task.ownerFingerprint == reader) return buckets.yours;
-  if (!reader.empty() && task.routedToFingerprint == reader && !held) return buckets.forYou;
-  const bool aimed_at_live_peer = text::given(task.routedToFingerprint) && task.routedToLive;
-  if (task.ready && !task.blocked && !held && !aimed_at_live_peer) return buckets.readyToClaim;
-  return buckets.waiting;
+struct BucketTexts {
+  std::string_view name;  // in JSON
+  std::string_view header;
+  std::string_view closing;
+};
+
+// In the order of TaskBucket, which is the order of the briefing.
+constexpr BucketTexts kBuckets[kTaskBuckets] = {
+    {"yours", "YOURS (you hold these)", ""},
+    {"forYou", "FOR YOU (handed to you by name)",
+     "\n  "
+     "A peer handed these to you by name. They are not claimed yet — claiming is still yours "
+     "to do, and you may decline by leaving them or saying why on the task. Take these before "
+     "anything in readyToClaim."},
+    {"readyToClaim", "READY TO CLAIM", ""},
+    {"waiting", "WAITING (in flight, aimed at a peer, blocked or not ready)", ""},
+    {"done", "DONE", ""},
+    {"rejected", "DECLINED", ""},
+};
+
+constexpr std::size_t index_of(TaskBucket bucket) { return static_cast<std::size_t>(bucket); }
+
+// What of a bucket is shown: how many tasks it has, and their rows.
+struct Rows {
+  std::size_t count = 0;
+  std::string text;
+};
+using RowsOfBuckets = std::array<Rows, kTaskBuckets>;
+
+RowsOfBuckets grouped_rows(const TaskList& tasks, std::string_view reader, bool include_all) {
+  RowsOfBuckets all;
+  tasks.for_each([&](const TeamworkTask& task) {
+    const TaskBucket bucket = bucket_of(task, reader);
+    Rows& rows = all[index_of(bucket)];
+    ++rows.count;
+    if (bucket >= TaskBucket::done && !include_all) return;
+    append_task_row(rows.text, task);
+  });
+  return all;
 }
 
-void append_row(std::string& out, const TeamworkTask& task) {
+std::string hidden_count(const RowsOfBuckets& all) {
+  std::string out;
+  const std::size_t done = all[index_of(TaskBucket::done)].count;
+  const std::size_t declined = all[index_of(TaskBucket::rejected)].count;
+  if (done > 0) out += std::to_string(done) + " done";
+  if (done > 0 && declined > 0) out += ", ";
+  if (declined > 0) out += std::to_string(declined) + " declined";
+  return out.empty() ? out : out + " — hidden. Pass --include all to list them.";
+}
+
+}  // namespace
+
+TaskBucket bucket_of(const TeamworkTask& task, std::string_view reader) {
+  if (task.state == "done") return TaskBucket::done;
+  if (task.state == "rejected") return TaskBucket::rejected;
+  const bool held = text::given(task.ownerFingerprint);
+  if (!reader.empty() && task.ownerFingerprint == reader) return TaskBucket::yours;
+  if (!reader.empty() && task.routedToFingerprint == reader && !held) return TaskBucket::forYou;
+  const bool aimed_at_live_peer = text::given(task.routedToFingerprint) && task.routedToLive;
+  if (task.ready && !task.blocked && !held && !aimed_at_live_peer) return TaskBucket::readyToClaim;
+  return TaskBucket::waiting;
+}
+
+std::string bucket_ids(const TaskList& tasks, std::string_view reader) {
+  std::array<std::string, kTaskBuckets> ids;
+  tasks.for_each([&](const TeamworkTask& task) {
+    std::string& list = ids[index_of(bucket_of(task, reader))];
+    list += list.empty() ? "[" : ",";
+    json::append_text(list, task.id);
+  });
+  std::string out;
+  for (std::size_t i = 0; i < kTaskBuckets; ++i) {
+    out += out.empty() ? "{" : ",";
+    json::append_text(out, kBuckets[i].name);
+    out.append(":").append(ids[i].empty() ? "[" : ids[i]).append("]");
+  }
+  return out + "}";
+}
+
+void append_task_row(std::string& out, const TeamworkTask& task) {
   constexpr std::size_t kStateWidth = 9;
+  out += "\n  ";
   const std::size_t start = out.size();
   out.append(task.id).append("  ").append(
       text::padded(text::on_one_line(text::uppered(task.state)), kStateWidth));
@@ -37,72 +108,22 @@ void append_row(std::string& out, const TeamworkTask& task) {
   text::put_on_one_line(out, start);
 }
 
-std::string rows(const TaskBuckets::Tasks& tasks) {
+std::string task_list(const TaskList& tasks, std::string_view reader, bool include_all) {
+  const RowsOfBuckets all = grouped_rows(tasks, reader, include_all);
   std::string out;
-  for (const TeamworkTask* task : tasks) {
-    if (!out.empty()) out += '\n';
-    out += "  ";
-    append_row(out, *task);
+  const auto begin_section = [&out]() -> std::string& { return out.empty() ? out : out += "\n\n"; };
+  for (std::size_t i = 0; i < kTaskBuckets; ++i) {
+    if (all[i].text.empty()) continue;
+    const auto& [name, header, closing] = kBuckets[i];
+    begin_section().append(header).append(all[i].text).append(closing);
   }
-  return out;
-}
-
-void add_section(std::vector<std::string>& sections, std::string_view header,
-                 const TaskBuckets::Tasks& tasks) {
-  if (!tasks.empty()) sections.push_back(std::string(header) + "\n" + rows(tasks));
-}
-
-void add_hidden_count(std::vector<std::string>& sections, const TaskBuckets& buckets) {
-  std::vector<std::string> counts;
-  if (!buckets.done.empty()) counts.push_back(std::to_string(buckets.done.size()) + " done");
-  if (!buckets.rejected.empty()) {
-    counts.push_back(std::to_string(buckets.rejected.size()) + " declined");
-  }
-  if (counts.empty()) return;
-  sections.push_back(text::joined(counts, ", ") + " — hidden. Pass --include all to list them.");
-}
-
-}  // namespace
-
-TaskBuckets grouped(const std::vector<TeamworkTask>& tasks, std::string_view reader) {
-  TaskBuckets buckets;
-  for (const TeamworkTask& task : tasks) bucket_of(task, reader, buckets).push_back(&task);
-  return buckets;
-}
-
-std::string task_row(const TeamworkTask& task, std::string_view indentation) {
-  std::string out(indentation);
-  append_row(out, task);
-  return out;
-}
-
-std::string task_list(const std::vector<TeamworkTask>& tasks, std::string_view reader,
-                      bool include_all) {
-  const TaskBuckets buckets = grouped(tasks, reader);
-  std::vector<std::string> sections;
-  add_section(sections, "YOURS (you hold these)", buckets.yours);
-  if (!buckets.forYou.empty()) {
-    sections.push_back(
-        "FOR YOU (handed to you by name)\n" + rows(buckets.forYou) +
-        "\n  "
-        "A peer handed these to you by name. They are not claimed yet — claiming is still yours "
-        "to do, and you may decline by leaving them or saying why on the task. Take these before "
-        "anything in readyToClaim.");
-  }
-  add_section(sections, "READY TO CLAIM", buckets.readyToClaim);
-  add_section(sections, "WAITING (in flight, aimed at a peer, blocked or not ready)",
-              buckets.waiting);
-  if (include_all) {
-    add_section(sections, "DONE", buckets.done);
-    add_section(sections, "DECLINED", buckets.rejected);
-  } else {
-    add_hidden_count(sections, buckets);
-  }
+  const std::string hidden = include_all ? "" : hidden_count(all);
+  if (!hidden.empty()) begin_section() += hidden;
   if (reader.empty()) {
-    sections.emplace_back(
-        "You have no seat here, so nothing shows as yours. Run `qv board register` first.");
+    begin_section() +=
+        "You have no seat here, so nothing shows as yours. Run `qv board register` first.";
   }
-  return sections.empty() ? std::string(kEmptyBacklog) : text::joined(sections, "\n\n");
+  return out.empty() ? std::string(kEmptyBacklog) : out;
 }
 
 std::string task_detail(const TeamworkTask& task) {

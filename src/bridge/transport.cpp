@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "base/descriptor.h"
+#include "base/text.h"
 #include "base/trace.h"
 #include "bridge/trust.h"
 #include "platform/clock.h"
@@ -142,21 +143,21 @@ Reply no_reply(int error) {
   return none;
 }
 
-// Reads straight into the buffer that becomes the reply. Most replies fit its first size;
-// for the others it is made large enough for any, of which the system hands out only what
-// is really written.
+// Reads straight into the buffer that becomes the reply. Most replies fit its first size; for
+// a long one it is made large enough for any, of which the system hands out only what is
+// really written.
 Reply receive(const Descriptor& connection, const Patience& patience, const Options& options) {
   constexpr std::size_t kUsualSize = 64 * 1024;
-  constexpr std::size_t kMemoryPerReplyByte = 6;  // with all that is made of it
+  constexpr std::size_t kLongSize = 1024 * 1024;
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
   Reply reply;
   reply.bytes.reset(new char[kUsualSize]);
   std::size_t capacity = kUsualSize;
   for (;;) {
     if (reply.size == capacity) {
-      capacity = limit + kUsualSize;
-      if (options.lastOfProcess) platform::expect_large_memory(kMemoryPerReplyByte * capacity);
+      capacity = capacity < kLongSize ? kLongSize : limit + kUsualSize;
       std::unique_ptr<char[]> larger(new char[capacity]);
+      if (capacity > kLongSize) platform::prefer_large_pages(larger.get(), capacity);
       std::memcpy(larger.get(), reply.bytes.get(), reply.size);
       reply.bytes = std::move(larger);
     }
@@ -169,7 +170,7 @@ Reply receive(const Descriptor& connection, const Patience& patience, const Opti
     }
     if (reply.size == 0) trace_first(count);
     const std::string_view read(start, static_cast<std::size_t>(count));
-    const std::size_t end = read.find(options.terminator);
+    const std::size_t end = text::find_byte(read, options.terminator);
     reply.size += std::min(end, read.size());
     if (reply.size > limit) return no_reply(EMSGSIZE);
     if (count == 0 && reply.size == 0) return no_reply(ECONNRESET);
@@ -191,7 +192,7 @@ int receive_in_pieces(const Descriptor& connection, const Patience& patience,
     if (count < 0) return cause(errno);
     if (used == 0) trace_first(count);
     const std::string_view read(buffer, static_cast<std::size_t>(count));
-    const std::size_t end = read.find(options.terminator);
+    const std::size_t end = text::find_byte(read, options.terminator);
     const std::string_view piece = read.substr(0, end);
     used += piece.size();
     if (used > limit) return EMSGSIZE;

@@ -24,8 +24,6 @@ struct Options {
   // From connecting to the end of the reply. None: a peer that always sends a little, or a
   // queue that always moves, may take as long as it likes.
   std::optional<double> wholeExchangeSeconds;
-  // The process ends with the reply, so the memory of a large one is arranged for good.
-  bool lastOfProcess = false;
 };
 
 // Whether a reply came. None comes when the bridge cannot be reached, does not take the whole

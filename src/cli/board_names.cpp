@@ -44,9 +44,9 @@ class Collector {
 // What is done or rejected is hardly ever named again.
 Candidates open_tasks(const TeamworkResponse& response) {
   Collector names;
-  for (const auto& task : response.tasks.value_or(std::vector<TeamworkTask>{})) {
+  response.tasks.value_or(TaskList()).for_each([&](const TeamworkTask& task) {
     if (task.state != "done" && task.state != "rejected") names.add(task.id, task.title);
-  }
+  });
   return names.found();
 }
 

@@ -29,7 +29,7 @@ Answer ask(const MCPBridgeRequest& request, const View& view, bool wantsJSON,
            const CLIEnvironment& env) {
   Answer answer;
   if (wantsJSON || !(view.offset || view.limit)) {
-    answer.whole = bridge::ask(env.notes, env.sessionID, request, {.lastOfProcess = true});
+    answer.whole = bridge::ask(env.notes, env.sessionID, request);
     return answer;
   }
   NoteStream stream(view.offset, view.limit);

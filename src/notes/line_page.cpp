@@ -78,6 +78,16 @@ void LinePager::end_line() {
   look_again_at_ = kLongLine;
 }
 
+std::optional<std::int64_t> LinePager::lines_to_skip() const {
+  if (wanted_) return std::nullopt;
+  return total_ < first_ ? first_ - total_ - 1 : INT64_MAX;
+}
+
+void LinePager::skip(std::int64_t lines) {
+  total_ += lines;
+  empty_ = false;
+}
+
 std::string LinePager::page() const {
   if (empty_) return "(This note has no body.)";
   if (first_ > total_) return past_the_end(first_, total_);

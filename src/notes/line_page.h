@@ -20,6 +20,12 @@ class LinePager {
   void add(std::string_view text);
   void end_line();
 
+  // How many lines may end before one begins whose text is wanted; absent when that of the line
+  // under way is.
+  [[nodiscard]] std::optional<std::int64_t> lines_to_skip() const;
+  // Passes over text, in which that many lines end.
+  void skip(std::int64_t lines);
+
   // The page of all that was added.
   [[nodiscard]] std::string page() const;
 

@@ -14,6 +14,7 @@
 #include <optional>
 
 #include "base/text.h"
+#include "notes/skipped_text.h"
 
 namespace qv::notes {
 
@@ -113,6 +114,11 @@ std::string_view NoteStream::take_frame(std::string_view bytes) {
 }
 
 std::string_view NoteStream::take_text(std::string_view bytes) {
+  if (const auto lines = pager_.lines_to_skip()) {
+    const Stretch stretch = skippable_text(bytes, *lines);
+    if (stretch.bytes > 0) pager_.skip(stretch.lines);
+    bytes.remove_prefix(stretch.bytes);
+  }
   std::size_t run = plain_run(bytes);
   while (run < bytes.size() && !is_ascii(bytes[run])) {
     const std::size_t length = text::sequence_length(bytes.substr(run));

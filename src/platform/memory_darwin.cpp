@@ -2,9 +2,7 @@
 
 namespace qv::platform {
 
-// Pages are large enough, and the allocator of the system gives out large areas as they
-// are touched.
-void expect_large_memory(std::size_t) {}
+void prefer_large_pages(void*, std::size_t) {}  // pages are large enough
 
 void give_back_memory() {}  // the allocator of the system does so by itself
 

@@ -120,9 +120,9 @@ TEST(Pages, TheCommandSuggestedIsOneThatCanBePasted) {
 TEST(Tasks, CountsAndSeats) {
   TeamworkTask done{.id = "T-1", .state = "done"};
   TeamworkTask declined{.id = "T-2", .state = "rejected"};
-  EXPECT_EQ(task_list({done, done, declined}, "f", false),
+  EXPECT_EQ(task_list({{done, done, declined}}, "f", false),
             "2 done, 1 declined — hidden. Pass --include all to list them.");
-  EXPECT_EQ(task_list({declined}, "f", false),
+  EXPECT_EQ(task_list({{declined}}, "f", false),
             "1 declined — hidden. Pass --include all to list them.");
   EXPECT_EQ(task_list({}, "f", true), "This Thread's backlog is empty.");
   EXPECT_EQ(task_list({}, "", true),

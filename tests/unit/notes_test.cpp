@@ -105,6 +105,17 @@ TEST(LinePager, KeepsNoMoreOfALineThanItShows) {
   EXPECT_EQ(pager.page(), "1\t" + repeated("e\u0301x", 1000) + "…\n2\tnext");
 }
 
+std::string shown(std::string_view reply, const notes::View& view) {
+  const auto response = record::from_text<MCPBridgeResponse>(reply);
+  return response ? notes::render(*response, view) : "unreadable";
+}
+
+notes::NoteStream streamed(std::string_view reply, std::size_t size, std::int64_t first) {
+  notes::NoteStream stream(first, 9);
+  for (std::size_t at = 0; at < reply.size(); at += size) stream.take(reply.substr(at, size));
+  return stream;
+}
+
 // However the bytes arrive, a reply read as it arrives says what the whole one says.
 TEST(NoteStream, ReadsLikeTheWholeReply) {
   struct Row {
@@ -138,22 +149,32 @@ TEST(NoteStream, ReadsLikeTheWholeReply) {
       {"{\"kind\":\"note\",\"note\":{\"name\":\"n\",\"content\":\"\xED\xA0\x80\"}}", true},
       {"{\"kind\":\"note\",\"note\":{\"name\":\"n\",\"content\":\"\x80\x80\x80\x80\x80\"}}", true},
   };
-  const auto shown = [](const std::optional<MCPBridgeResponse>& response,
-                        std::optional<std::string> page) {
-    if (!response) return std::string("unreadable");
-    return notes::render(*response, {"read_note", 1, 9, std::move(page)});
-  };
   for (const Row& row : rows) {
-    const std::string expected = shown(record::from_text<MCPBridgeResponse>(row.reply), {});
     for (std::size_t size = 1; size <= row.reply.size(); ++size) {
-      notes::NoteStream stream(1, 9);
-      for (std::size_t at = 0; at < row.reply.size(); at += size) {
-        stream.take(row.reply.substr(at, size));
-      }
-      EXPECT_EQ(shown(record::from_text<MCPBridgeResponse>(stream.frame()), stream.page()),
-                expected)
+      const notes::NoteStream stream = streamed(row.reply, size, 1);
+      EXPECT_EQ(shown(stream.frame(), {"read_note", 1, 9, stream.page()}),
+                shown(row.reply, {"read_note", 1, 9, {}}))
           << row.reply << " in pieces of " << size;
       EXPECT_EQ(stream.page().has_value(), row.diverted) << row.reply;
+    }
+  }
+}
+
+// Text in front of the page is passed over in blocks, wherever in one something stands.
+TEST(NoteStream, PassesOverTextAsStrictlyAsItReadsIt) {
+  for (const std::string_view piece :
+       {R"(\\n\\\\n\\\n)", R"(\"\/\b\f\r\t\n\n\n)", R"(\u000a\u00e9\uD83D\ude00)",
+        "é€👩‍👩‍👧", R"(\x)", R"(\ud83d)", "\\\xC3\xA9", "\t", "\x80", "\xC3x",
+        "\xE2\x82", "\xED\xA0\x80", R"("})", "\\"}) {
+    for (std::size_t before = 0; before < 130; ++before) {
+      const std::string reply = R"({"kind":"note","note":{"name":"n","content":")" +
+                                std::string(before, 'x') + std::string(piece) +
+                                std::string(70, 'y') + R"(\ntwo\n)" + std::string(70, 'z') +
+                                R"(\nfour\nfive\nsix"}})";
+      const notes::NoteStream stream = streamed(reply, reply.size(), 4);
+      EXPECT_EQ(shown(stream.frame(), {"read_note", 4, 9, stream.page()}),
+                shown(reply, {"read_note", 4, 9, {}}))
+          << reply;
     }
   }
 }

@@ -1,0 +1,11 @@
+# What the measuring scripts share: `qv`, the program that is measured, and `row`.
+bin=${here%/*}/build/bench
+qv=${QV:-$bin/qv}
+
+# row WHAT AGAINST FIGURE AT_MOST: a line of the table on the screen and, when BENCH_ROWS
+# names a file, of the page that run.sh makes.
+row() {
+  printf '%-46s %-26s %10s   %s\n' "$@"
+  if [ -n "${BENCH_ROWS:-}" ]; then printf '%s\t%s\t%s\t%s\n' "$@" >>"$BENCH_ROWS"; fi
+}
+heading() { printf '%-46s %-26s %10s   %s\n' measured against figure 'at most'; }
