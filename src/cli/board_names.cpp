@@ -73,7 +73,8 @@ Candidates names_on_board(Values values, const CLIEnvironment& env) {
   TeamworkRequest request;
   request.method = wants_tasks ? "list_tasks" : "list_agents";
   const auto bytes =
-      bridge::ask(env.board, env.sessionID, request, {.wholeExchangeSeconds = kPatienceSeconds});
+      bridge::ask(env.board, env.sessionID, request,
+                  BridgeTransport::Options{.wholeExchangeSeconds = kPatienceSeconds});
   const auto response = bytes ? record::from_text<TeamworkResponse>(bytes.view()) : std::nullopt;
   if (!response) return {};
   return wants_tasks ? open_tasks(*response) : handles(*response);
