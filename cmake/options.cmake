@@ -23,6 +23,10 @@ else()
   include(cmake/hardening.cmake)
 endif()
 
+if(QV_FUZZ)
+  target_compile_options(qv_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(QV_LTO)
   include(CheckIPOSupported)
   check_ipo_supported(RESULT QV_LTO_WORKS OUTPUT QV_LTO_WHY)

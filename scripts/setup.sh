@@ -5,6 +5,7 @@
 #   scripts/setup.sh            build and test
 #   scripts/setup.sh --bench    and measure
 #   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
+#   scripts/setup.sh --fuzz     and fuzz
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
 #   scripts/setup.sh --package  and make and check a Debian package, and press Tab in each shell
 #   scripts/setup.sh --release  and make and test release archives on Linux
@@ -15,6 +16,7 @@ set -euo pipefail
 bench=false
 checks=false
 debian=false
+fuzz=false
 package=false
 release=false
 
@@ -24,9 +26,10 @@ main() {
       --bench) bench=true ;;
       --checks) checks=true ;;
       --debian) debian=true ;;
+      --fuzz) fuzz=true ;;
       --release) release=true ;;
       --package) package=true ;;
-      *) fail "setup.sh knows --bench, --checks, --debian, --package and --release, not '$argument'." ;;
+      *) fail "setup.sh knows --bench, --checks, --debian, --fuzz, --package and --release, not '$argument'." ;;
     esac
   done
 
@@ -64,6 +67,10 @@ set_up_debian() {
     want_command clang-format clang-format
     want_command npm npm
     want_command mandoc mandoc
+  fi
+  if $fuzz; then
+    want_command clang++ clang
+    want_package libclang-rt-dev
   fi
   if $debian; then
     want_command debootstrap debootstrap
@@ -149,6 +156,10 @@ set_up_macos() {
   fi
   if $checks; then
     wanted+=(clang-format)
+  fi
+
+  if $fuzz; then
+    wanted+=(llvm)
   fi
 
   local formula missing=()
