@@ -30,6 +30,7 @@ void check_rows(const TeamworkResponse& response, const View& view) {
     if (std::ranges::find(kTexts, key) == std::end(kTexts)) text::put_on_one_line(text);
   });
   const std::string shown = render(response, view);
+  check_printed(shown);
   const std::string flat_shown = render(flat, view);
   promise(lines_in(shown) == lines_in(flat_shown), "no text forges a row", shown, flat_shown);
 }
@@ -82,7 +83,6 @@ void try_input(std::string_view bytes) {
                   .include_all = choices.coin(),
                   .page = {choices.maybe_integer(), choices.maybe_integer()},
                   .log_page = {choices.maybe_integer(), choices.maybe_integer()}};
-  check_printed(render(response, view));
   check_rows(response, view);
   if (response.task) check_page(response.task->body, view.page);
   if (response.tasks) check_buckets(*reply, *response.tasks, reader);

@@ -67,9 +67,9 @@ std::string frame(char kind, std::size_t length, std::string_view payload) {
 
 // Frames mostly, and now and then bytes of nobody.
 std::string log_of(Input& in) {
-  const std::string longest(BuildLog::kLargestPayload, 'x');
+  static const std::string longest(BuildLog::kLargestPayload, 'x');
   std::string log;
-  while (!in.empty() && log.size() < (1U << 20U)) {
+  while (!in.empty() && log.size() < (1U << 18U)) {
     const std::uint8_t choice = in.byte();
     const char stream = choice % 2 == 0 ? BuildLog::kOutput : BuildLog::kError;
     if (choice < 0x80) {

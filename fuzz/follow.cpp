@@ -30,23 +30,21 @@ class World : public WaitWorld {
   bool socket_exists() override { return true; }
 
   std::optional<std::string> exchange(const TeamworkRequest& request, double seconds) override {
-    check_stable(request);
+    if (next_ == 0) check_stable(request);
     promise(seconds >= 0, "an exchange has some time");
     now_ += 0.25;
     if (request.method == "heartbeat") return std::nullopt;
-    reply_ = replies_[next_++];
-    return reply_;
+    reply_ = record::from_text<TeamworkResponse>(replies_[next_]);
+    return replies_[next_++];
   }
   std::int64_t cursor() override { return 0; }
   void save_cursor(std::int64_t rev) override {
-    const auto reply = record::from_text<TeamworkResponse>(reply_);
-    promise(reply && reply->changes && reply->changes->rev == rev, "the cursor is the board's");
+    promise(reply_ && reply_->changes && reply_->changes->rev == rev, "the cursor is the board's");
   }
   bool out(std::string_view text) override {
     check_printed(text);
     if (!options_.follow) return true;
-    const auto reply = record::from_text<TeamworkResponse>(reply_);
-    const bool is_move = reply && reply->kind == TeamworkResponse::Kind::changes;
+    const bool is_move = reply_ && reply_->kind == TeamworkResponse::Kind::changes;
     if (is_move && !options_.json) check_line(text);
     if (options_.json)
       promise(json::parse(text) && text.find('\n') == text.npos, "a JSON line", text);
@@ -58,7 +56,7 @@ class World : public WaitWorld {
   std::vector<std::string> replies_;
   const WaitOptions& options_;
   std::size_t next_ = 0;
-  std::string reply_;
+  std::optional<TeamworkResponse> reply_;  // the last one
   double now_ = 1e6;
 };
 

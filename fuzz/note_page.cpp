@@ -47,7 +47,7 @@ std::string literal_page(std::string_view content, std::int64_t offset, std::int
 
 // Few bytes make many and long lines.
 std::string note(Input& in) {
-  constexpr std::size_t kLargest = 100'000;
+  constexpr std::size_t kLargest = 64'000;
   constexpr std::size_t kTimes[] = {1, 2, 10, 99, 1000, 1856, 1998, 2000, 2001, 16'384};
   std::string content;
   while (!in.empty() && content.size() < kLargest) {

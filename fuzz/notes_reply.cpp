@@ -47,6 +47,7 @@ void check_rows(const MCPBridgeResponse& response, const View& view) {
   });
   const std::string expected = notes::render(flat, view);
   const std::string seen = notes::render(response, view);
+  check_printed(seen);
   promise(std::ranges::count(seen, '\n') == std::ranges::count(expected, '\n'),
           "no text forges a row", seen, expected);
 }
@@ -66,7 +67,6 @@ void try_input(std::string_view bytes) {
   if (!record::decode(*document, response)) return;
   check_stable(response);
   if (choices.coin()) view.offset = view.limit = std::nullopt;
-  check_printed(notes::render(response, view));
   check_rows(response, view);
 }
 
