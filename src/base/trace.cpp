@@ -71,7 +71,8 @@ void write(std::string_view step) {
       std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - g_start).count();
   const std::string line = text::on_one_line("qv[" + std::to_string(::getpid()) + "] " +
                                              std::to_string(passed) + "us " + std::string(step));
-  const SignalDisposition no_end(SIGXFSZ, SIG_IGN);
+  const SignalDisposition file_full(SIGXFSZ, SIG_IGN);
+  const SignalDisposition reader_gone(SIGPIPE, SIG_IGN);
   (void)io::write_all(g_descriptor, text::with_visible_controls(line) + "\n");
   errno = error;
 }
