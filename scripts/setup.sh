@@ -5,28 +5,34 @@
 #   scripts/setup.sh            build and test
 #   scripts/setup.sh --bench    and measure
 #   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
+#   scripts/setup.sh --coverage and count which lines the tests reach
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
 #   scripts/setup.sh --package  and make and check a Debian package, and press Tab in each shell
 #   scripts/setup.sh --release  and make and test release archives on Linux
+#   scripts/setup.sh --tidy     and analyse the code
 #
 # Debian and Ubuntu are served with apt-get, macOS with Homebrew.
 set -euo pipefail
 
 bench=false
 checks=false
+coverage=false
 debian=false
 package=false
 release=false
+tidy=false
 
 main() {
   for argument in "$@"; do
     case $argument in
       --bench) bench=true ;;
       --checks) checks=true ;;
+      --coverage) coverage=true ;;
       --debian) debian=true ;;
       --release) release=true ;;
       --package) package=true ;;
-      *) fail "setup.sh knows --bench, --checks, --debian, --package and --release, not '$argument'." ;;
+      --tidy) tidy=true ;;
+      *) fail "setup.sh knows --bench, --checks, --coverage, --debian, --package, --release and --tidy, not '$argument'." ;;
     esac
   done
 
@@ -65,6 +71,9 @@ set_up_debian() {
     want_command npm npm
     want_command mandoc mandoc
   fi
+  if $coverage; then
+    want_command gcovr gcovr
+  fi
   if $debian; then
     want_command debootstrap debootstrap
     want_package debian-archive-keyring
@@ -74,6 +83,9 @@ set_up_debian() {
     want_command dpkg-source dpkg-dev
     want_command xz xz-utils
     want_package qemu-user-static
+  fi
+  if $tidy; then
+    want_command run-clang-tidy clang-tidy
   fi
   if $package; then
     want_command dpkg-shlibdeps dpkg-dev

@@ -9,7 +9,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -75,12 +74,6 @@ void write(std::string_view step) {
   const SignalDisposition reader_gone(SIGPIPE, SIG_IGN);
   (void)io::write_all(g_descriptor, text::with_visible_controls(line) + "\n");
   errno = error;
-}
-
-void append(std::string& line, double number) {
-  char digits[32];
-  std::snprintf(digits, sizeof digits, "%.3f", number);
-  line += digits;
 }
 
 }  // namespace detail
