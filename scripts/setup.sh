@@ -5,7 +5,6 @@
 #   scripts/setup.sh            build and test
 #   scripts/setup.sh --bench    and measure
 #   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
-#   scripts/setup.sh --coverage and count which lines the tests reach
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
 #   scripts/setup.sh --package  and make and check a Debian package, and press Tab in each shell
 #   scripts/setup.sh --release  and make and test release archives on Linux
@@ -16,7 +15,6 @@ set -euo pipefail
 
 bench=false
 checks=false
-coverage=false
 debian=false
 package=false
 release=false
@@ -27,12 +25,11 @@ main() {
     case $argument in
       --bench) bench=true ;;
       --checks) checks=true ;;
-      --coverage) coverage=true ;;
       --debian) debian=true ;;
       --release) release=true ;;
       --package) package=true ;;
       --tidy) tidy=true ;;
-      *) fail "setup.sh knows --bench, --checks, --coverage, --debian, --package, --release and --tidy, not '$argument'." ;;
+      *) fail "setup.sh knows --bench, --checks, --debian, --package, --release and --tidy, not '$argument'." ;;
     esac
   done
 
@@ -70,9 +67,6 @@ set_up_debian() {
     want_command clang-format clang-format
     want_command npm npm
     want_command mandoc mandoc
-  fi
-  if $coverage; then
-    want_command gcovr gcovr
   fi
   if $debian; then
     want_command debootstrap debootstrap
