@@ -4,11 +4,12 @@
 #
 #   scripts/setup.sh            build and test
 #   scripts/setup.sh --bench    and measure
-#   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
+#   scripts/setup.sh --checks   and check formatting, and compile for macOS and try faults on Linux
 #   scripts/setup.sh --fuzz     and fuzz
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
 #   scripts/setup.sh --package  and make and check a Debian package, and press Tab in each shell
 #   scripts/setup.sh --release  and make and test release archives on Linux
+#   scripts/setup.sh --tidy     and analyse the code
 #
 # Debian and Ubuntu are served with apt-get, macOS with Homebrew.
 set -euo pipefail
@@ -19,6 +20,7 @@ debian=false
 fuzz=false
 package=false
 release=false
+tidy=false
 
 main() {
   for argument in "$@"; do
@@ -29,7 +31,8 @@ main() {
       --fuzz) fuzz=true ;;
       --release) release=true ;;
       --package) package=true ;;
-      *) fail "setup.sh knows --bench, --checks, --debian, --fuzz, --package and --release, not '$argument'." ;;
+      --tidy) tidy=true ;;
+      *) fail "setup.sh knows --bench, --checks, --debian, --fuzz, --package, --release and --tidy, not '$argument'." ;;
     esac
   done
 
@@ -67,6 +70,7 @@ set_up_debian() {
     want_command clang-format clang-format
     want_command npm npm
     want_command mandoc mandoc
+    want_command strace strace
   fi
   if $fuzz; then
     want_command clang++ clang
@@ -81,6 +85,9 @@ set_up_debian() {
     want_command dpkg-source dpkg-dev
     want_command xz xz-utils
     want_package qemu-user-static
+  fi
+  if $tidy; then
+    want_command run-clang-tidy clang-tidy
   fi
   if $package; then
     want_command dpkg-shlibdeps dpkg-dev
