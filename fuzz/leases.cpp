@@ -1,9 +1,8 @@
 // The leases of a ledger come from other processes, of other versions and with other clocks.
-// Whatever they say, a decision is made, and the queue can be shown.
+// Whatever they say, the queue can be shown.
 
 #include "base/text.h"
 #include "builds/queue_view.h"
-#include "builds/schedule.h"
 #include "support/support.h"
 
 namespace qv::fuzz {
@@ -37,24 +36,6 @@ BuildMemory memory_of(Input& in) {
           .bounded = in.coin()};
 }
 
-void check_decisions(const std::vector<LiveLease>& all, const BuildMemory& memory) {
-  for (const LiveLease& own : all) {
-    std::vector<LiveLease> others;
-    for (const LiveLease& other : all) {
-      if (&other != &own) others.push_back(other);
-      promise(!is_before(own.lease, other.lease) || !is_before(other.lease, own.lease),
-              "of two builds one is first");
-    }
-    const BuildPlan plan = BuildPlan::of(own.lease, others, own.stopped);
-    HoldTimer timer;
-    const BuildDecision decision = BuildSchedule::decide(plan, memory, timer, 1000);
-    const auto* run = std::get_if<Run>(&decision);
-    promise(run == nullptr || !run->jobs || (*run->jobs >= 1 && *run->jobs <= memory.cores),
-            "who runs has at least a job, and no more than there are cores");
-    promise(run != nullptr || timer || !others.empty(), "nobody waits for nobody");
-  }
-}
-
 }  // namespace
 
 void try_input(std::string_view bytes) {
@@ -62,19 +43,15 @@ void try_input(std::string_view bytes) {
   Input choices(bytes.substr(end));
   const BuildMemory memory = memory_of(choices);
   const auto builds = builds_of(bytes.substr(0, end), choices);
-  std::vector<LiveLease> all;
-  for (const SeenBuild& seen : builds) all.push_back(seen.live);
-  check_decisions(all, memory);
-
   const BuildQueue queue = queue_of(builds, memory, 1e9);
   check_stable(queue);
   promise(queue.builds.size() == builds.size(), "each build is in the queue");
   const std::string shown = render(queue);
   check_printed(shown);
-  std::size_t rows = builds.empty() ? 1 : 1 + builds.size();
+  std::size_t rows = 1 + builds.size();
   for (const bool running : {true, false}) {
-    const auto is_one = [&](const LiveLease& live) { return live.lease.running == running; };
-    if (std::ranges::any_of(all, is_one)) rows += 2;  // a heading, and a blank line below
+    const auto stands = [&](const QueuedBuild& build) { return build.running == running; };
+    if (std::ranges::any_of(queue.builds, stands)) rows += 2;  // a heading, a blank line below
   }
   promise(text::split(shown, '\n').size() == rows, "each build is one row", shown);
 }

@@ -64,20 +64,9 @@ void try_input(std::string_view bytes) {
   Input in(bytes);
   const auto offset = in.maybe_integer();
   const auto limit = in.maybe_integer();
-  const std::size_t piece = in.byte() * 64U + 1U;
   const std::string content = note(in);
   const std::string expected = literal_page(content, offset.value_or(1), limit.value_or(2000));
   promise_same(notes::line_page(content, offset, limit), expected, "a page follows its rules");
-
-  notes::LinePager pager(offset, limit);
-  for (std::string_view left = content; !left.empty();) {
-    const std::size_t end = std::min({left.find('\n'), piece, left.size()});
-    pager.add(left.substr(0, end));
-    const bool at_break = end < left.size() && left[end] == '\n';
-    if (at_break) pager.end_line();
-    left.remove_prefix(end + (at_break ? 1 : 0));
-  }
-  promise_same(pager.page(), expected, "its text may come in any pieces");
   check_printed(expected);
 }
 

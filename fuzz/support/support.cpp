@@ -19,13 +19,9 @@ namespace {
 
 // Controls, and what turns the direction of writing.
 bool drives_terminal(utf8proc_int32_t point) {
-  constexpr int kTurns[] = {
-      UTF8PROC_BIDI_CLASS_LRE, UTF8PROC_BIDI_CLASS_LRO, UTF8PROC_BIDI_CLASS_RLE,
-      UTF8PROC_BIDI_CLASS_RLO, UTF8PROC_BIDI_CLASS_PDF, UTF8PROC_BIDI_CLASS_LRI,
-      UTF8PROC_BIDI_CLASS_RLI, UTF8PROC_BIDI_CLASS_FSI, UTF8PROC_BIDI_CLASS_PDI};
-  const int direction = utf8proc_get_property(point)->bidi_class;
-  return utf8proc_category(point) == UTF8PROC_CATEGORY_CC || point == 0x2028 || point == 0x2029 ||
-         std::ranges::find(kTurns, direction) != std::end(kTurns);
+  return utf8proc_category(point) == UTF8PROC_CATEGORY_CC || point == 0x61C || point == 0x200E ||
+         point == 0x200F || (point >= 0x2028 && point <= 0x202E) ||
+         (point >= 0x2066 && point <= 0x2069);
 }
 
 }  // namespace

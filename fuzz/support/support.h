@@ -118,6 +118,21 @@ void for_each_text(T& in, const Visit& visit, std::string_view key = {}) {
   }
 }
 
+// Texts with line breaks, in places where one line is promised, forge no row of what is shown.
+// Under `kept` keys there are texts that may be several lines.
+template <record::Record T, class Show>
+void check_rows(const T& in, const Show& show, std::initializer_list<std::string_view> kept) {
+  T flat = in;
+  for_each_text(flat, [&](std::string_view key, std::string& text) {
+    if (std::ranges::find(kept, key) == kept.end()) text::put_on_one_line(text);
+  });
+  const std::string shown = show(in);
+  const std::string expected = show(flat);
+  check_printed(shown);
+  promise(std::ranges::count(shown, '\n') == std::ranges::count(expected, '\n'),
+          "no text forges a row", shown, expected);
+}
+
 // A record survives being sent.
 template <record::Record T>
 void check_stable(const T& in) {
