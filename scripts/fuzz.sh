@@ -37,7 +37,7 @@ if [[ -d /dev/shm ]]; then export TMPDIR=/dev/shm; fi
 # run PROGRAM ARGUMENT...: the lines it says into $work/log; fails when it has found something.
 run() {
   "$@" -artifact_prefix=$work/findings/"$fuzzer"- -timeout=10 -print_final_stats=1 \
-    -max_len=4096 >$work/log 2>&1
+    -max_len=1024 >$work/log 2>&1
 }
 
 figure() {
