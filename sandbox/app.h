@@ -42,6 +42,8 @@ struct App {
 
 [[nodiscard]] std::string new_join_code();
 
+inline constexpr const char* kWrongToken = "That is not the token of this app.";
+
 // The two bridges to the app. A reply is absent while a poll is held.
 [[nodiscard]] std::optional<std::string> answer_board(App& app, const std::string& request,
                                                       Clock::time_point received);

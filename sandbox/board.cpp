@@ -75,12 +75,14 @@ Reply list_agents(const Call& call) {
 Reply read_plan(const Call& call) {
   TeamworkPlan plan = call.thread.plan;
   const std::string notice = "nextStep: " + next_step(call);
-  if (plan.goal.empty() && plan.charter.empty()) return {.notice = notice};
-  plan.otherLocalAgents = std::ranges::count_if(
-      call.thread.panes, [&](const Pane& pane) { return pane.seat && &pane != &call.caller; });
   for (const TeamworkDiscussion& debate : call.thread.debates) {
     if (!debate.taskID) plan.discussions.push_back(debate_record(debate, call.caller));
   }
+  if (plan.goal.empty() && plan.charter.empty() && plan.discussions.empty()) {
+    return {.notice = notice};
+  }
+  plan.otherLocalAgents = std::ranges::count_if(
+      call.thread.panes, [&](const Pane& pane) { return pane.seat && &pane != &call.caller; });
   return {.kind = Kind::plan, .plan = plan, .notice = notice};
 }
 
@@ -210,9 +212,8 @@ std::optional<std::string> answer_board(App& app, const std::string& text,
                                         Clock::time_point received) {
   app.advance();
   const auto request = record::from_text<TeamworkRequest>(text);
-  if (!request || request->token != app.token) {
-    return record::to_text(refused("That is no request of a pane of this board."));
-  }
+  if (!request) return record::to_text(refused("That is no request to a board."));
+  if (request->token != app.token) return record::to_text(refused(kWrongToken));
   const Method* method = method_called(request->method);
   if (method == nullptr) {
     return record::to_text(

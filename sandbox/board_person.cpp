@@ -3,8 +3,10 @@
 // concerns.
 
 #include <algorithm>
+#include <utility>
 
 #include "base/files.h"
+#include "base/json.h"
 #include "base/text.h"
 #include "board.h"
 #include "helpers.h"
@@ -16,6 +18,33 @@ namespace {
 // The first word behind the deed, and the second.
 std::string what(const Call& call) { return call.request.name.value_or(""); }
 std::string how(const Call& call) { return call.request.body.value_or(""); }
+
+std::string to_do(const std::string& deed) { return "`qv-sandbox person " + deed + "`"; }
+
+// A question, and behind it what it says of the answer that is wanted.
+std::string in_words(const std::string& question) {
+  constexpr std::string_view kBegin = "[[ask:";
+  constexpr std::string_view kEnd = "]] ";
+  constexpr std::pair<std::string_view, std::string_view> kFacts[] = {
+      {"k", ""}, {"o", "one of "}, {"s", "the secret "}, {"a", "see "}, {"c", "until then: "}};
+  const std::size_t end = question.find("}" + std::string(kEnd));
+  if (!question.starts_with(kBegin) || end == std::string::npos) return question;
+  const std::string source = question.substr(kBegin.size(), end + 1 - kBegin.size());
+  const auto ask = json::parse(source);
+  if (!ask) return question;
+  std::vector<std::string> facts;
+  for (const auto& [key, before] : kFacts) {
+    const auto fact = ask->root().member(key);
+    if (!fact) continue;
+    std::vector<std::string_view> words;
+    if (fact->is(json::Kind::text)) words.push_back(fact->text());
+    for (const json::Value word : fact->elements()) {
+      if (word.is(json::Kind::text)) words.push_back(word.text());
+    }
+    facts.push_back(std::string(before) + text::joined(words, ", "));
+  }
+  return question.substr(end + 1 + kEnd.size()) + " [" + text::joined(facts, "; ") + "]";
+}
 
 Reply app_opens_pane(const Call& call) {
   const auto pid = text::whole_number(what(call));
@@ -29,18 +58,19 @@ Reply looks(const Call& call) {
   std::vector<std::string> lines{thread.plan.threadName + " (" + thread.tag + "), join code " +
                                  thread.join_code};
   if (thread.plan.pendingGoalComplete) {
-    lines.emplace_back("the goal is proposed as complete: `confirm`, or `reopen`");
+    lines.push_back("the goal is proposed as complete: " + to_do("confirm") + ", or " +
+                    to_do("reopen"));
   }
   for (const Ticket& task : thread.tickets) {
     if (!task.blocked || task.blockerAnswer || task.finished()) continue;
-    lines.push_back(task.id + " asks: " + task.blockerQuestion.value_or("") + "  (`answer " +
-                    task.id + " <text>`)");
+    lines.push_back(task.id + " asks: " + in_words(task.blockerQuestion.value_or("")) + "  (" +
+                    to_do("answer " + task.id + " <text>") + ")");
   }
   for (const Helper& helper : thread.suggestions) {
     const std::string& name = helper.name;
     lines.push_back(thread.handle_of(helper.suggested_by) + " suggests the helper " + name + ": " +
-                    helper.command + "  (" + helper.reason + "; `add " + name + "` or `decline " +
-                    name + "`)");
+                    helper.command + "  (" + helper.reason + "; " + to_do("add " + name) + " or " +
+                    to_do("decline " + name) + ")");
   }
   for (const Helper& helper : thread.helpers) {
     lines.push_back("agents may start " + helper.name + ": " + helper.command);
@@ -63,6 +93,7 @@ Reply answers(const Call& call) {
   if (call.task == nullptr || !call.task->blocked) {
     return refused("No task by that id is blocked. `qv task list` shows which are.");
   }
+  if (text::trimmed(how(call)).empty()) return refused("Say what the answer is.");
   Ticket& task = *call.task;
   task.blockerAnswer = how(call);
   task.log.push_back("the person answered: " + *task.blockerAnswer);

@@ -8,19 +8,13 @@
 #include <cstdint>
 #include <vector>
 
-#include "base/text.h"
+#include "board/pages.h"
 
 namespace qv::sandbox {
 
 namespace {
 
 using Lines = std::vector<std::string_view>;
-
-Lines lines_of(std::string_view content) {
-  if (content.empty()) return {};
-  if (content.ends_with('\n')) content.remove_suffix(1);
-  return text::split(content, '\n');
-}
 
 // How many lines the rests of the two texts have in common, from each pair of lines on.
 class CommonLines {
@@ -48,8 +42,8 @@ class CommonLines {
 }  // namespace
 
 std::string line_diff(std::string_view before, std::string_view after) {
-  Lines old = lines_of(before);
-  Lines fresh = lines_of(after);
+  Lines old = board::lines_of(before);
+  Lines fresh = board::lines_of(after);
   const auto first = std::ranges::mismatch(old, fresh);
   const auto start = static_cast<std::size_t>(first.in1 - old.begin());
   old.erase(old.begin(), first.in1);

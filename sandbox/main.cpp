@@ -14,6 +14,7 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -85,6 +86,7 @@ volatile sig_atomic_t g_ended = 0;
 // has quit.
 [[noreturn]] void serve(App& app, Server& server, const sigset_t& mask) {
   ::setsid();
+  server.listen_as_this_process();
   for (int fd = 0; fd <= 2; ++fd) ::close(fd);
   io::occupy_standard_descriptors();
   for (const int number : kEnds) ::signal(number, [](int) { g_ended = 1; });
@@ -183,16 +185,20 @@ int not_how_it_is_used() {
   return status_of(ExitCode::usage);
 }
 
-// `words`: the deed and what belongs to it.
+// `words`: the deed and what belongs to it. A text at its end may be several of them.
 int person(const Instance& instance, const std::vector<std::string>& words) {
   const auto word = [&](std::size_t n) {
     return n < words.size() ? std::optional(words[n]) : std::nullopt;
   };
+  const bool has_two_texts = word(0) == "add";
+  if (has_two_texts && words.size() > 4) return not_how_it_is_used();
+  auto body = word(2);
+  if (body && !has_two_texts) body = text::joined(std::span(words).subspan(2), " ");
   const TeamworkResponse reply = ask(instance, {.method = "person_" + word(0).value_or(""),
                                                 .name = word(1),
                                                 .explanation = word(3),
                                                 .taskID = word(1),
-                                                .body = word(2)});
+                                                .body = body});
   if (reply.kind == TeamworkResponse::Kind::error) return not_how_it_is_used();
   const bool done = reply.kind == TeamworkResponse::Kind::written;
   OutputStream(done ? 1 : 2).write_line(text::with_visible_controls(reply.message.value_or("")));
@@ -220,7 +226,7 @@ int run(const std::vector<std::string>& arguments) {
   if (first == "--lease" && seconds > 0) {
     return start(command, std::chrono::seconds(*seconds));
   }
-  if (first != "pane" && (first != "person" || words.size() > 5)) return not_how_it_is_used();
+  if (first != "pane" && first != "person") return not_how_it_is_used();
   const auto instance = running_instance();
   if (!instance) return status_of(ExitCode::unavailable);
   return first == "pane" ? open_pane(*instance, command)

@@ -21,7 +21,7 @@ std::string section_of(const Note& note, std::string_view title) {
   for (const std::string_view line : text::split(note.revisions.back().content, '\n')) {
     const std::string heading = title_of(line);
     if (!heading.empty()) inside = text::equal_ignoring_case(heading, title);
-    if (inside) section.append(line).append("\n");
+    if (inside) section.append(section.empty() ? "" : "\n").append(line);
   }
   return section;
 }
@@ -46,7 +46,10 @@ Reply read_note(const NotesCall& call) {
                    .notebook = note.notebook,
                    .lastEditedBy = note.lastEditedBy,
                    .readOnly = note.readOnly};
-  if (section && body.content.empty()) return {};
+  if (section && body.content.empty()) {
+    return refused("There is no section called " + quoted(*section) + " in " + quoted(note.name) +
+                   ".");
+  }
   return {.kind = Kind::note, .note = std::move(body)};
 }
 

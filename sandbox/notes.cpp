@@ -150,9 +150,8 @@ std::optional<std::string> answer_notes(App& app, const std::string& text,
                                         Clock::time_point /*received*/) {
   app.advance();
   const auto request = record::from_text<MCPBridgeRequest>(text);
-  if (!request || request->token != app.token) {
-    return record::to_text(refused("That is no request of a pane of this Thread."));
-  }
+  if (!request) return record::to_text(refused("That is no request to a room of notes."));
+  if (request->token != app.token) return record::to_text(refused(kWrongToken));
   const auto [thread, pane] = app.place_of(request->sessionID);
   const std::string name = request->name.value_or("");
   Reply reply =

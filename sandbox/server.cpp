@@ -25,6 +25,7 @@ namespace {
 
 constexpr std::chrono::seconds kPatience{10};
 constexpr std::size_t kLargestRequest = std::size_t{16} << 20;
+constexpr int kQueue = 64;                 // of clients that wait to be accepted
 constexpr std::size_t kMostClients = 128;  // further ones wait to be accepted
 
 void stop_blocking(const Descriptor& socket) {
@@ -44,9 +45,13 @@ bool Server::listen(const std::string& path, Bridge bridge) {
   stop_blocking(socket);
   const auto* general = reinterpret_cast<const sockaddr*>(&address);
   const bool listening = ::bind(socket.get(), general, sizeof address) == 0 &&
-                         ::chmod(path.c_str(), 0600) == 0 && ::listen(socket.get(), 64) == 0;
+                         ::chmod(path.c_str(), 0600) == 0 && ::listen(socket.get(), kQueue) == 0;
   if (listening) listeners_.push_back({std::move(socket), std::move(bridge)});
   return listening;
+}
+
+void Server::listen_as_this_process() {
+  for (const Listener& each : listeners_) ::listen(each.socket.get(), kQueue);
 }
 
 void Server::serve() {

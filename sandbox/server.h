@@ -24,6 +24,9 @@ class Server {
   // Listens at `path`, which is then the user's alone. False when it cannot.
   [[nodiscard]] bool listen(const std::string& path, Bridge bridge);
 
+  // Has the system name this process to whoever asks who listens, not the one that forked it.
+  void listen_as_this_process();
+
   // Waits a moment for something to happen, and serves what did.
   void serve();
 

@@ -8,6 +8,7 @@
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
 #   scripts/setup.sh --package  and make and check a Debian package, and press Tab in each shell
 #   scripts/setup.sh --release  and make and test release archives on Linux
+#   scripts/setup.sh --tidy     and analyse the code
 #
 # Debian and Ubuntu are served with apt-get, macOS with Homebrew.
 set -euo pipefail
@@ -17,6 +18,7 @@ checks=false
 debian=false
 package=false
 release=false
+tidy=false
 
 main() {
   for argument in "$@"; do
@@ -26,7 +28,8 @@ main() {
       --debian) debian=true ;;
       --release) release=true ;;
       --package) package=true ;;
-      *) fail "setup.sh knows --bench, --checks, --debian, --package and --release, not '$argument'." ;;
+      --tidy) tidy=true ;;
+      *) fail "setup.sh knows --bench, --checks, --debian, --package, --release and --tidy, not '$argument'." ;;
     esac
   done
 
@@ -74,6 +77,9 @@ set_up_debian() {
     want_command dpkg-source dpkg-dev
     want_command xz xz-utils
     want_package qemu-user-static
+  fi
+  if $tidy; then
+    want_command run-clang-tidy clang-tidy
   fi
   if $package; then
     want_command dpkg-shlibdeps dpkg-dev

@@ -106,6 +106,14 @@ template <Record T>
   return out;
 }
 
+// The record as a person reads JSON: over several lines, keys sorted.
+template <Record T>
+[[nodiscard]] std::string to_pretty(const T& in) {
+  const std::string text = to_text(in);
+  const auto document = json::parse(text);
+  return document ? json::pretty(*document) : text;
+}
+
 template <Enumeration T>
 constexpr std::string_view word(T value) {
   return Words<T>::words[static_cast<std::size_t>(value)];

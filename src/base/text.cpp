@@ -283,6 +283,12 @@ std::string letters_digits_hyphens(std::string_view text) {
   return out;
 }
 
+bool is_plain_word(std::string_view text) {
+  constexpr std::string_view kPlain =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.@";
+  return !text.empty() && text.find_first_not_of(kPlain) == std::string_view::npos;
+}
+
 std::string with_visible_controls(std::string_view text) {
   std::string out;
   out.reserve(text.size());

@@ -78,6 +78,10 @@ class Characters {
 // Only the characters that are letters (with their marks), decimal digits or the hyphen.
 [[nodiscard]] std::string letters_digits_hyphens(std::string_view text);
 
+// Whether every letter stands for itself in each shell: there is one, and all are ASCII letters,
+// digits, "-", "_", "." or "@".
+[[nodiscard]] bool is_plain_word(std::string_view text);
+
 // Control characters other than line feed and tab made visible: ^[ for escape, ^? for delete,
 // <U+0085> for the C1 range, for the line separators and for what turns the direction of
 // writing; malformed bytes become U+FFFD. What peers wrote must not drive a terminal.

@@ -9,7 +9,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -71,15 +70,10 @@ void write(std::string_view step) {
       std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - g_start).count();
   const std::string line = text::on_one_line("qv[" + std::to_string(::getpid()) + "] " +
                                              std::to_string(passed) + "us " + std::string(step));
-  const SignalDisposition no_end(SIGXFSZ, SIG_IGN);
+  const SignalDisposition file_full(SIGXFSZ, SIG_IGN);
+  const SignalDisposition reader_gone(SIGPIPE, SIG_IGN);
   (void)io::write_all(g_descriptor, text::with_visible_controls(line) + "\n");
   errno = error;
-}
-
-void append(std::string& line, double number) {
-  char digits[32];
-  std::snprintf(digits, sizeof digits, "%.3f", number);
-  line += digits;
 }
 
 }  // namespace detail

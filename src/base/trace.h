@@ -24,7 +24,6 @@ inline bool on = false;
 void write(std::string_view step);
 
 inline void append(std::string& line, std::string_view text) { line += text; }
-void append(std::string& line, double number);
 template <std::integral Number>
 void append(std::string& line, Number number) {
   line += std::to_string(number);

@@ -55,11 +55,7 @@ std::vector<std::string_view> lines_of(std::string_view text) {
 }
 
 std::string shell_word(const std::string& value) {
-  const auto plain = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           std::string_view("-_.@").find(c) != std::string_view::npos;
-  };
-  if (!value.empty() && std::ranges::all_of(value, plain)) return value;
+  if (text::is_plain_word(value)) return value;
   return "'" + text::joined(text::split(value, '\''), "'\\''") + "'";
 }
 

@@ -39,7 +39,7 @@ struct Cut {
 [[nodiscard]] std::vector<std::string_view> lines_of(std::string_view text);
 
 // The value as a word of a command line, for any shell: as it is, or in single quotes when it
-// holds more than letters, digits, "-", "_", "." and "@".
+// is no plain word.
 [[nodiscard]] std::string shell_word(const std::string& value);
 
 // One line that says what was cut and gives the exact commands that go on and that show it

@@ -9,7 +9,7 @@
 
 #include "base/text.h"
 #include "cli/arg_parser.h"
-#include "cli/board_names.h"
+#include "cli/known_names.h"
 #include "cli/specials.h"
 #include "cli/verb_table.h"
 
@@ -150,7 +150,7 @@ Candidates candidates(std::vector<std::string> words, const Names& names) {
 
 ExitCode run(const std::vector<std::string>& words, CLIRuntime& runtime) {
   std::vector<std::string> lines;
-  const auto names = [&](Values values) { return names_on_board(values, runtime.env()); };
+  const auto names = [&](Values values) { return known_names(values, runtime.env()); };
   for (const auto& [word, help] : candidates(words, names)) lines.push_back(word + '\t' + help);
   if (!lines.empty()) runtime.out(text::joined(lines, "\n"));
   return ExitCode::ok;

@@ -69,23 +69,14 @@ std::string meant_command(std::string_view typed) {
   return meant;
 }
 
-std::string meant_flag(std::string_view typed, const Verb& verb) {
-  auto names = names_of(verb.flags);
-  names.insert(names.end(), {"json", "help"});
-  const std::string_view name = text::nearest(typed, names);
-  return name.empty() ? "" : "--" + std::string(name);
-}
-
 ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& arguments,
                   CLIRuntime& runtime) {
   const std::string command = "qv " + std::string(group.name) + " " + std::string(verb.name);
-  const std::string help_hint = "Run `" + command + " --help`.";
   const auto outcome =
       ArgParser::parse(arguments, verb, [&runtime] { return standard_input(runtime); });
   const auto warn_of = [&](const std::vector<std::string>& unknown) {
     for (const std::string& flag : unknown) {
-      runtime.err("qv: ignoring unknown flag --" + flag + ". " + help_hint);
-      did_you_mean(meant_flag(flag, verb), runtime);
+      ignore_unknown_flag(flag, command, verb.flags, runtime);
     }
   };
   if (const auto* error = std::get_if<ArgParser::ParseError>(&outcome)) {
@@ -93,7 +84,7 @@ ExitCode run_verb(const Group& group, const Verb& verb, const Arguments& argumen
     // standard error as data gets the two lines it knows.
     if (::isatty(STDERR_FILENO) == 1) warn_of(error->unknown);
     runtime.err(command + ": " + error->message);
-    runtime.err(help_hint);
+    runtime.err("Run `" + command + " --help`.");
     return ExitCode::usage;
   }
   const auto& parsed = std::get<ArgParser::Parsed>(outcome);

@@ -35,6 +35,9 @@ constexpr Flag naming(Values values, Flag flag) {
 }
 constexpr Flag task(Flag flag) { return naming(Values::tasks, flag); }
 constexpr Flag peer(Flag flag) { return naming(Values::handles, flag); }
+constexpr Flag debate(Flag flag) { return naming(Values::debates, flag); }
+constexpr Flag note(Flag flag) { return naming(Values::notes, flag); }
+constexpr Flag notebook(Flag flag) { return naming(Values::notebooks, flag); }
 constexpr Flag one_of(std::span<const std::string_view> words, Flag flag) {
   flag.words = words;
   return flag;

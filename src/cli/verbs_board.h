@@ -219,10 +219,10 @@ inline constexpr Flag kDiscussOpenFlags[] = {
     task(text("taskID", "Attach to a task. Omit for the board.")),
     peer(list("addressTo", "Address specific agents."))};
 inline constexpr Flag kDiscussReplyFlags[] = {
-    required(first(text("discussionID", "The debate id."))),
+    required(first(debate(text("discussionID", "The debate id.")))),
     required(second(text("text", "Your reply.")))};
 inline constexpr Flag kDiscussResolveFlags[] = {
-    required(first(text("discussionID", "The debate id."))),
+    required(first(debate(text("discussionID", "The debate id.")))),
     required(second(text("resolution", "The verdict.")))};
 
 inline constexpr Verb kDiscussVerbs[] = {

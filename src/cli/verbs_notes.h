@@ -6,10 +6,10 @@
 
 namespace qv::VerbTable {
 
-inline constexpr Flag kNoteName = required(first(text("name", "The note name.")));
+inline constexpr Flag kNoteName = required(first(note(text("name", "The note name."))));
 
 inline constexpr Flag kNoteListFlags[] = {
-    first(text("name", "Filter to one note.")), text("section", "Filter to one section."),
+    first(note(text("name", "Filter to one note."))), text("section", "Filter to one section."),
     number("offset", "First line."), number("limit", "How many lines.")};
 inline constexpr Flag kNoteReadFlags[] = {kNoteName, text("section", "Read one section only."),
                                           number("offset", "First line."),
@@ -22,7 +22,8 @@ inline constexpr Flag kNoteMilestoneFlags[] = {
     kNoteName, required(second(text("milestone", "The handoff, e.g. 'sent to build v1'."))),
     number("revision", "Name this revision instead of the newest.")};
 inline constexpr Flag kNoteCreateFlags[] = {
-    kNoteName, required(second(text("body", "Markdown body. Use - to read stdin."))),
+    required(first(text("name", "The note name."))),
+    required(second(text("body", "Markdown body. Use - to read stdin."))),
     text("description", "One-line summary."),
     text("why", "Why it was written, kept in its history.")};
 inline constexpr Flag kNoteUpdateFlags[] = {
@@ -36,11 +37,11 @@ inline constexpr Flag kNoteEditFlags[] = {
     required(third(text("body", "What to put in its place. Use - to read stdin."))),
     boolean("all", "Replace every occurrence."),
     required(text("why", "Why you are changing it, kept in its history."))};
-inline constexpr Flag kNoteRenameFlags[] = {required(first(text("name", "Current name."))),
+inline constexpr Flag kNoteRenameFlags[] = {required(first(note(text("name", "Current name.")))),
                                             required(second(text("newName", "New name.")))};
 inline constexpr Flag kNoteDeleteFlags[] = {kNoteName};
 inline constexpr Flag kNoteMoveFlags[] = {
-    kNoteName, required(second(text("notebook", "Destination notebook.")))};
+    kNoteName, required(second(notebook(text("notebook", "Destination notebook."))))};
 
 inline constexpr Verb kNoteVerbs[] = {
     {"list", "list_notes", "List the notes in this room.", kNoteListFlags},
@@ -73,9 +74,11 @@ inline constexpr Verb kNoteVerbs[] = {
 };
 
 inline constexpr Flag kNotebookCreateFlags[] = {required(first(text("name", "Notebook name.")))};
-inline constexpr Flag kNotebookRenameFlags[] = {required(first(text("name", "Current name."))),
-                                                required(second(text("newName", "New name")))};
-inline constexpr Flag kNotebookDeleteFlags[] = {required(first(text("name", "Notebook name.")))};
+inline constexpr Flag kNotebookRenameFlags[] = {
+    required(first(notebook(text("name", "Current name.")))),
+    required(second(text("newName", "New name")))};
+inline constexpr Flag kNotebookDeleteFlags[] = {
+    required(first(notebook(text("name", "Notebook name."))))};
 
 inline constexpr Verb kNotebookVerbs[] = {
     {"create", "create_notebook", "Create a notebook.", kNotebookCreateFlags},

@@ -3,6 +3,7 @@
 
 #include "command/environment.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "base/text.h"
@@ -116,11 +117,8 @@ CLIEnvironment CLIEnvironment::from(const EnvironmentMap& variables,
 
 std::vector<Endpoint> every_endpoint(Kind kind, const EnvironmentMap& variables,
                                      const std::string& application_support) {
-  std::vector<Endpoint> every;
-  for (const BridgeVariables& names : kBridges) {
-    if (names.kind == kind) every = Finder(variables, application_support).every(names);
-  }
-  return every;
+  const auto names = std::ranges::find(kBridges, kind, &BridgeVariables::kind);
+  return Finder(variables, application_support).every(*names);
 }
 
 std::optional<std::string> process_variable(std::string_view name) {

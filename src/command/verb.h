@@ -19,8 +19,8 @@ enum class Position : std::int8_t {
   unlisted = 3,  // the first positional fills it, though help shows it as a flag only
 };
 
-// What a text names on the board, for whoever completes a command line.
-enum class Values : std::uint8_t { any, tasks, handles };
+// What a text names on the board or among the notes, for whoever completes a command line.
+enum class Values : std::uint8_t { any, tasks, handles, debates, notes, notebooks };
 
 struct Flag {
   std::string_view name;  // without dashes

@@ -23,11 +23,14 @@ constexpr Remedy kRemedies[] = {
     {ENOENT, " is not there: the app that named it has quit. Start it again, and open a new pane."},
     {ECONNREFUSED,
      " has nobody who listens: the app has quit. Start it again, and open a new pane."},
+    {ENOTSOCK,
+     " is no socket: something else lies in its place. Remove that, and start the app again."},
     {ENAMETOOLONG,
      " is too long a path for a socket. Have the app keep its folder where the path is shorter."},
     {ETIMEDOUT,
      " took the request and did not answer in time: look at what its process does, or "
      "start the app again."},
+    {EACCES, " is kept from this user: mend the owner and mode of it and of the folders above it."},
     {ECONNRESET, " hangs up without an answer: the app may be about to quit, or not be Quorvel."},
     {EBADMSG,
      " answers with nothing that this qv can read: another program listens there, or "
@@ -69,6 +72,10 @@ void advise_about_token(const Bridge& bridge, const Candidate& candidate, Lines&
 }
 
 void advise_about(const Bridge& bridge, Lines& lines) {
+  if (bridge.variableIsEmpty) {
+    lines.push_back("The variable that names the " + bridge.name +
+                    " socket is set and empty, so none is looked for: unset it.");
+  }
   const auto used = std::ranges::find(bridge.candidates, true, &Candidate::used);
   if (used == bridge.candidates.end()) {
     const auto live = std::ranges::count(bridge.candidates, true, &Candidate::answers);
@@ -79,7 +86,7 @@ void advise_about(const Bridge& bridge, Lines& lines) {
   }
   if (!used->answers) advise_about_silence(bridge, *used, lines);
   if (used->kind == "error" || used->kind == "gated") {
-    lines.push_back("The " + bridge.name + " answers, but refuses this terminal: `qv " +
+    lines.push_back("The " + bridge.name + " bridge answers, but refuses this terminal: `qv " +
                     (bridge.name == "notes" ? "note list" : "board agents") + "` says why.");
   }
   advise_about_token(bridge, *used, lines);
@@ -95,7 +102,10 @@ void advise_about(const Pane& pane, Lines& lines) {
     lines.push_back("The seat file " + pane.seatFile.path +
                     " names no socket: take the seat again with `qv join <code>`.");
   }
-  if (pane.record && pane.record->exists && !pane.lastSeenRev) {
+  if (pane.record && pane.record->error) {
+    lines.push_back("The pane's record " + pane.record->path +
+                    " cannot be read: " + *pane.record->error + ". Mend its owner and mode.");
+  } else if (pane.record && pane.record->exists && !pane.lastSeenRev) {
     lines.push_back("The pane's record " + pane.record->path +
                     " cannot be made sense of: remove it, and the next wait starts anew.");
   }
@@ -125,7 +135,8 @@ std::vector<std::string> advice(const Report& report) {
   const auto finds_nothing = [](const Bridge& bridge) { return bridge.candidates.empty(); };
   if (std::ranges::all_of(report.bridges, finds_nothing)) {
     lines.emplace_back(
-        "Nothing points to an app that runs: start it, and run qv in one of its panes.");
+        "Nothing points to an app that runs: start it, and run qv in one of its panes. To practise "
+        "without it, run `qv-sandbox`.");
   }
   for (const Bridge& bridge : report.bridges) advise_about(bridge, lines);
   advise_about(report.ledger, lines);

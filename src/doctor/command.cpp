@@ -26,12 +26,6 @@ EXIT
   0  every bridge that a command would talk to answers
   3  one does not)";
 
-std::string as_json(const Report& report) {
-  const std::string text = record::to_text(report);
-  const auto document = json::parse(text);
-  return document ? json::pretty(*document) : text;
-}
-
 }  // namespace
 
 ExitCode run(const std::string& program, const std::vector<std::string>& arguments,
@@ -49,7 +43,7 @@ ExitCode run(const std::string& program, const std::vector<std::string>& argumen
     wants_json = true;
   }
   const Report report = gather(program);
-  runtime.out(wants_json ? as_json(report) : render(report));
+  runtime.out(wants_json ? record::to_pretty(report) : render(report));
   return report.healthy ? ExitCode::ok : ExitCode::unavailable;
 }
 

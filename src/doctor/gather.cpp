@@ -62,6 +62,12 @@ File look_at(const std::string& path) {
   return file;
 }
 
+// Linux says of a file in a socket's place that nobody listens.
+bool is_something_else(const std::string& socket) {
+  struct stat status {};
+  return ::stat(socket.c_str(), &status) == 0 && !S_ISSOCK(status.st_mode);
+}
+
 template <class Response>
 std::optional<std::string> kind_in(std::string_view reply) {
   const auto response = record::from_text<Response>(reply);
@@ -127,7 +133,7 @@ Candidate look_at(const bridge::Endpoint& endpoint, const Question& about,
   }
   const bool busy = contact.error == EAGAIN;
   if (contact.error != 0 && !busy) {
-    set_error(candidate, contact.error);
+    set_error(candidate, is_something_else(endpoint.socket) ? ENOTSOCK : contact.error);
   } else if (!busy && !contact.trusted) {
     set_error(candidate, EACCES);
   } else if (about.method.empty()) {
@@ -140,7 +146,8 @@ Candidate look_at(const bridge::Endpoint& endpoint, const Question& about,
 
 Bridge look_at(const Question& about, const CLIEnvironment& env, const std::string& base) {
   const bridge::Endpoint& used = env.*about.endpoint;
-  Bridge bridge{.name = std::string(about.bridge)};
+  Bridge bridge{.name = std::string(about.bridge),
+                .variableIsEmpty = used.origin == bridge::Origin::variable && used.socket.empty()};
   std::vector<std::string> seen;
   for (const auto& endpoint : every_endpoint(about.kind, process_variable, base)) {
     if (endpoint.socket.empty() || std::ranges::find(seen, endpoint.socket) != seen.end()) continue;

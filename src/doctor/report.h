@@ -53,6 +53,7 @@ struct Candidate {
 
 struct Bridge {
   std::string name;
+  bool variableIsEmpty = false;  // it says that there is none
   std::vector<Candidate> candidates;
 };
 
@@ -139,8 +140,9 @@ struct qv::record::Schema<qv::doctor::Candidate> {
 template <>
 struct qv::record::Schema<qv::doctor::Bridge> {
   using Bridge = qv::doctor::Bridge;
-  static constexpr auto fields =
-      std::tuple{required("name", &Bridge::name), required("candidates", &Bridge::candidates)};
+  static constexpr auto fields = std::tuple{required("name", &Bridge::name),
+                                            required("variableIsEmpty", &Bridge::variableIsEmpty),
+                                            required("candidates", &Bridge::candidates)};
 };
 
 template <>

@@ -144,4 +144,9 @@ struct record::Schema<MCPBridgeResponse> {
   };
 };
 
+// Compiled once, in response.cpp, as the board's replies are.
+extern template bool record::decode(json::Value value, MCPBridgeResponse& out);
+extern template std::optional<MCPBridgeResponse> record::from_text(std::string_view text);
+extern template std::string record::to_text(const MCPBridgeResponse& in, json::Slashes slashes);
+
 }  // namespace qv

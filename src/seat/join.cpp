@@ -163,7 +163,7 @@ ExitCode join_any_instance(const Claim& claim, bool wantsJSON, CLIRuntime& runti
 
 ExitCode join(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
   const Options options = parse_options(arguments, kJoinFlags);
-  if (const auto status = settled(options, "join", kHelp, runtime)) return *status;
+  if (const auto status = settled(options, kJoinFlags, "join", kHelp, runtime)) return *status;
   const CLIEnvironment& env = runtime.env();
   files::remove_leftovers(files::directory_of(env.agentSeatFile));
   const Claim claim = claim_from(options, env.agentSeatFile);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "base/nearest.h"
 #include "command/did_you_mean.h"
 #include "command/help_flag.h"
 #include "command/typed_flag.h"
@@ -12,8 +11,6 @@ namespace qv::seat {
 Options parse_options(const std::vector<std::string>& arguments, std::span<const Flag> named) {
   Options options;
   options.wantsHelp = asks_for_help(arguments);
-  options.known.assign(1, "help");
-  for (const Flag& flag : named) options.known.push_back(flag.name);
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const auto typed = typed_flag(arguments[i]);
     if (!typed) {
@@ -36,8 +33,9 @@ Options parse_options(const std::vector<std::string>& arguments, std::span<const
   return options;
 }
 
-std::optional<ExitCode> settled(const Options& options, std::string_view command,
-                                std::string_view help, CLIRuntime& runtime) {
+std::optional<ExitCode> settled(const Options& options, std::span<const Flag> named,
+                                std::string_view command, std::string_view help,
+                                CLIRuntime& runtime) {
   if (options.wantsHelp) {
     runtime.out(help);
     return ExitCode::ok;
@@ -48,9 +46,7 @@ std::optional<ExitCode> settled(const Options& options, std::string_view command
     return ExitCode::usage;
   }
   for (const std::string& name : options.unknown) {
-    runtime.err("qv: ignoring unknown flag --" + name + ". Run `" + path + " --help`.");
-    const std::string_view meant = text::nearest(name, options.known);
-    did_you_mean(meant.empty() ? "" : "--" + std::string(meant), runtime);
+    ignore_unknown_flag(name, path, named, runtime);
   }
   return std::nullopt;
 }

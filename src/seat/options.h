@@ -18,10 +18,9 @@ struct Options {
   bool wantsHelp = false;
   bool wantsJSON = false;
   std::map<std::string, std::string, std::less<>> values;  // the options that take a name
-  std::vector<std::string> words;       // what is neither an option nor an option's value
-  std::vector<std::string> unknown;     // without dashes, in the order met
-  std::string nameless;                 // the first option that lacks its name; mostly empty
-  std::vector<std::string_view> known;  // every option there is, without dashes
+  std::vector<std::string> words;    // what is neither an option nor an option's value
+  std::vector<std::string> unknown;  // without dashes, in the order met
+  std::string nameless;              // the first option that lacks its name; mostly empty
 };
 
 // A text among `named` takes a name: behind "=", or the next argument unless that begins
@@ -33,7 +32,8 @@ struct Options {
 // What both commands do before their own work: help ends a command, a missing name is
 // refused, and an unknown option is warned about and passed over. Absent when there is
 // work left to do.
-[[nodiscard]] std::optional<ExitCode> settled(const Options& options, std::string_view command,
-                                              std::string_view help, CLIRuntime& runtime);
+[[nodiscard]] std::optional<ExitCode> settled(const Options& options, std::span<const Flag> named,
+                                              std::string_view command, std::string_view help,
+                                              CLIRuntime& runtime);
 
 }  // namespace qv::seat

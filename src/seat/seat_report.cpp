@@ -76,7 +76,7 @@ std::string as_prose(const SeatReport& report) {
 
 std::string as_json(const SeatReport& report) {
   const auto word = [](bool up) { return std::string(state_word(up)); };
-  const std::string text = record::to_text(Machine{
+  return record::to_pretty(Machine{
       .sessionID = report.sessionID,
       .fingerprint = report.fingerprint,
       .handle = report.handle,
@@ -84,8 +84,6 @@ std::string as_json(const SeatReport& report) {
       .lastSeenRev = report.lastSeenRev,
       .bridges = {word(report.boardUp), word(report.notesUp), word(report.vaultUp)},
   });
-  const auto document = json::parse(text);
-  return document ? json::pretty(*document) : text;
 }
 
 }  // namespace seat

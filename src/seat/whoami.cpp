@@ -115,7 +115,7 @@ SeatReport gather(CLIRuntime& runtime) {
 
 ExitCode whoami(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
   const Options options = parse_options(arguments, kWhoamiFlags);
-  if (const auto status = settled(options, "whoami", kHelp, runtime)) return *status;
+  if (const auto status = settled(options, kWhoamiFlags, "whoami", kHelp, runtime)) return *status;
   if (runtime.env().sessionID.empty()) {
     runtime.err(complaints::kNotInThread);
     return ExitCode::unavailable;

@@ -105,7 +105,7 @@ ExitCode run(const std::vector<std::string>& arguments, CLIRuntime& runtime) {
   const auto options = parse_wait_options(arguments);
   if (const auto* error = std::get_if<UsageError>(&options)) {
     runtime.err(error->message);
-    did_you_mean(error->meant, runtime);
+    did_you_mean(meant_flag(error->unknown, kWaitFlags), runtime);
     return ExitCode::usage;
   }
   RealWorld world(runtime, parent);

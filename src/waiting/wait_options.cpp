@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "base/nearest.h"
 #include "base/text.h"
 
 namespace qv::waiting {
@@ -17,7 +16,10 @@ class Reader {
     while (next_ < arguments_.size()) {
       const std::string& argument = arguments_[next_++];
       const auto flag = std::ranges::find(kFlags, argument, &KnownFlag::name);
-      if (flag == std::end(kFlags)) return unknown(argument);
+      if (flag == std::end(kFlags)) {
+        return UsageError{"qv wait: unknown flag \"" + argument + "\". Run `qv wait --help`.",
+                          argument};
+      }
       const std::string problem = flag->take(*this);
       if (!problem.empty()) return UsageError{problem};
     }
@@ -46,13 +48,6 @@ class Reader {
   template <std::string (Reader::*Take)()>
   static std::string call(Reader& reader) {
     return (reader.*Take)();
-  }
-
-  static UsageError unknown(const std::string& argument) {
-    std::vector<std::string_view> names{"--help"};
-    for (const KnownFlag& flag : kFlags) names.push_back(flag.name);
-    return {"qv wait: unknown flag \"" + argument + "\". Run `qv wait --help`.",
-            text::nearest(argument, names)};
   }
 
   const std::string* value() { return next_ < arguments_.size() ? &arguments_[next_++] : nullptr; }

@@ -49,7 +49,7 @@ inline constexpr Flag kWaitFlags[] = {
 
 struct UsageError {
   std::string message;
-  std::string_view meant = {};  // the flag that was probably meant; mostly empty
+  std::string unknown = {};  // the flag it is about, if that is not known
 };
 
 // Reads the arguments behind `qv wait`, left to right; the first error wins. A flag's value

@@ -69,7 +69,7 @@ class Doctor(unittest.TestCase):
         for one in found:
             self.assertEqual((one["origin"], one["answers"], one["user"], one["token"]["mode"]),
                              ("variable", True, os.getuid(), "0600"))
-            self.assertTrue(os.path.basename(one["program"]))
+            self.assertTrue(one["program"].startswith("qv-sandbox"), "not the command beside it")
 
     def test_bridges_that_do_not_answer(self):
         board = self.home + "/teamwork-1.sock"
@@ -93,7 +93,7 @@ class Doctor(unittest.TestCase):
             self.assertIn("`chmod 600`", report["advice"][1])
             self.assertNotIn("Sesame", json.dumps(report))
             os.unlink(board)
-        for path, words in ((board, "is not there"), (self.home + "/" + 99 * "s", "too long a path")):
+        for path, words in ((board, "is not there"), (token.name, "is no socket"), (self.home + "/" + 99 * "s", "too long a path")):
             status, report = self.examine(QUORVEL_COLLAB_SOCKET=path)
             self.assertEqual(status, 3)
             self.assertIn(words, report["advice"][0])
@@ -104,6 +104,7 @@ class Doctor(unittest.TestCase):
         self.serve(self.app + "/teamwork-2.sock", b'{"kind":"empty"}\n')
         status, report = self.examine(QUORVEL_VAULT_SOCKET="")
         self.assertEqual((status, report["pane"]["seatSocket"]), (3, "/nowhere/mcp-1.sock"))
+        self.assertIn("names the vault socket is set and empty", report["advice"][-1])
         found = [[(one["origin"], one["used"], one["answers"]) for one in bridge["candidates"]]
                  for bridge in report["bridges"]]
         self.assertEqual(found, [[("seat", True, False), ("search", False, True)],

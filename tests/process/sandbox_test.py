@@ -41,7 +41,7 @@ $ qv squad suggest tester 'echo a | cat'; qv squad suggest tester 'echo -n' --re
 A helper is started by one simple command: no ;, pipes, redirects or $(.
 Suggested tester. Nothing runs from this. The person decides; here that is you: `qv-sandbox person`.
 $ qv-sandbox person | grep suggests; qv-sandbox person add tester 'echo {prompt} -n'
-KQ3 suggests the helper tester: echo -n  (speed; `add tester` or `decline tester`)
+KQ3 suggests the helper tester: echo -n  (speed; `qv-sandbox person add tester` or `qv-sandbox person decline tester`)
 Agents may start tester now: echo {prompt} -n
 $ peer squad hands --taskID T-2; peer squad hands --taskID T-2 --agent tester; qv squad stop ZA9
 Several helpers are allowed here. Say which one with --agent.

@@ -78,8 +78,8 @@ Released T-4. It is back in the pool.
 $ qv task update T-4 --blocked true --blockerKind decision \
 --blockerQuestion 'Which one?' --blockerOptions 'a,b' --blockerConsequence 'It stays.'
 Updated T-4.
-$ qv-sandbox person | grep asks; qv-sandbox person answer T-4 'Take b.'; qv wait | grep -A1 answered
-T-4 asks: [[ask:{"c":"It stays.","k":"decision","o":["a","b"]}]] Which one?  (`answer T-4 <text>`)
+$ qv-sandbox person | grep asks; qv-sandbox person answer T-4 Take b.; qv wait | grep -A1 answered
+T-4 asks: Which one? [decision; one of a, b; until then: It stays.]  (`qv-sandbox person answer T-4 <text>`)
 Answered T-4.
   - The person answered T-4: Take b.  [blockerAnswered · T-4]
     To go on: `qv task update T-4 --blocked false`.

@@ -18,7 +18,8 @@ import time
 
 SCRIPTS = os.path.abspath(os.path.join(os.path.dirname(__file__), "../../completions"))
 
-# What is typed, and what Tab makes of it. There are the open task T-1 and the pane SV6.
+# What is typed, and what Tab makes of it. There are the open task T-1, the pane SV6, the
+# note write-up and the debate D-1.
 ROWS = [
     ("qv ta", "qv task "),
     ("qv task cla", "qv task claim "),
@@ -29,6 +30,8 @@ ROWS = [
     ("qv task list --include=ac", "qv task list --include=active "),
     ("qv task verify T-1 --approve f", "qv task verify T-1 --approve false "),
     ("qv squad message S", "qv squad message SV6 "),
+    ("qv note read wri", "qv note read write-up "),
+    ("qv discuss reply D", "qv discuss reply D-1 "),
     ("qv wait --park-reason 'two words' --sco", "qv wait --park-reason 'two words' --scope "),
     ("qv secret exec KEY -- cat onl", "qv secret exec KEY -- cat only-file "),
     ("qv nosuch x", "qv nosuch x"),
@@ -75,7 +78,7 @@ class Shell:
 
 
 def check():
-    subprocess.run("qv board register; qv task add One", shell=True, check=True, stdout=subprocess.DEVNULL)
+    subprocess.run("qv board register; qv task add One; qv note create write-up x; qv discuss open Why", shell=True, check=True, stdout=subprocess.DEVNULL)
     pane = subprocess.Popen(["qv-sandbox", "pane", "--", "sleep", "1000"], stderr=subprocess.PIPE)
     pane.stderr.readline()
     failed = 0
