@@ -4,7 +4,7 @@
 #
 #   scripts/setup.sh            build and test
 #   scripts/setup.sh --bench    and measure
-#   scripts/setup.sh --checks   and check formatting, and compile for macOS on Linux
+#   scripts/setup.sh --checks   and check formatting, and compile for macOS and try faults on Linux
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
 #   scripts/setup.sh --package  and make and check a Debian package, and press Tab in each shell
 #   scripts/setup.sh --release  and make and test release archives on Linux
@@ -67,6 +67,7 @@ set_up_debian() {
     want_command clang-format clang-format
     want_command npm npm
     want_command mandoc mandoc
+    want_command strace strace
   fi
   if $debian; then
     want_command debootstrap debootstrap

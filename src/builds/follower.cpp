@@ -6,6 +6,7 @@
 #include "builds/follower.h"
 
 #include <chrono>
+#include <new>
 #include <thread>
 
 #include "builds/live_processes.h"
@@ -20,7 +21,8 @@ constexpr std::chrono::milliseconds kPause{100};
 
 }  // namespace
 
-std::variant<int, Unfollowed> follow(Descriptor log, const BuildLease& leader, PaneOutput& pane) {
+std::variant<int, Unfollowed> follow(Descriptor log, const BuildLease& leader,
+                                     PaneOutput& pane) try {
   LogTail tail(std::move(log), pane);
   LiveProcesses processes;
   bool open = tail.show_until(LogTail::kEverything);
@@ -33,6 +35,8 @@ std::variant<int, Unfollowed> follow(Descriptor log, const BuildLease& leader, P
   if (tail.exit() && *tail.exit() >= 0) return *tail.exit();
   const bool given_up = !tail.exit() && tail.is_unlinked() && processes.contains(leader);
   return given_up ? Unfollowed::log_given_up : Unfollowed::leader_stopped;
+} catch (const std::bad_alloc&) {
+  return Unfollowed::log_given_up;  // some of it may be shown already, which has to be said
 }
 
 }  // namespace qv::build

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <new>
 
 #include "base/io.h"
 
@@ -39,8 +40,13 @@ std::string could_not_be_written(int error) {
   return std::string("this build's output could not be written: ") + std::strerror(error);
 }
 
-void tell(std::string_view sentence) {
+void tell(std::string_view sentence) try {
   (void)io::write_all(STDERR_FILENO, "quorvel: " + std::string(sentence) + "\n");
+} catch (const std::bad_alloc&) {
+  for (const std::string_view piece :
+       {std::string_view("quorvel: "), sentence, std::string_view("\n")}) {
+    (void)io::write_all(STDERR_FILENO, piece);
+  }
 }
 
 }  // namespace qv::build::messages

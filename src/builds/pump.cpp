@@ -29,7 +29,7 @@ constexpr double kBetweenLooks = 1;     // whether the readers are still there
 
 class Pump {
  public:
-  Pump(ToolProcess& tool, BuildLogWriter& log, Outlet& outlet, const PaneOutput& pane,
+  Pump(ToolProcess& tool, BuildLogWriter& log, Outlet& outlet, PaneOutput& pane,
        RunningLease& lease)
       : tool_(tool), log_(log), outlet_(outlet), pane_(pane), lease_(lease) {}
 
@@ -49,7 +49,7 @@ class Pump {
   ToolProcess& tool_;
   BuildLogWriter& log_;
   Outlet& outlet_;
-  const PaneOutput& pane_;
+  PaneOutput& pane_;
   RunningLease& lease_;
   bool tool_ended_ = false;
   bool logging_ = true;
@@ -67,9 +67,11 @@ void Pump::run() {
                       {tool_.notice().descriptor(), POLLIN, 0},
                       {outlet_.changed().descriptor(), POLLIN, 0}};
     const int count = ::poll(ready, std::size(ready), patience());
-    if (count < 0) continue;
+    if (count < 0) {  // nobody says what is ready, so all of it is asked
+      for (pollfd& one : ready) one.revents = POLLIN;
+    }
     if (!reading) last_sound_ = platform::waking_seconds();
-    if (count == 0 && silence_is_over()) break;
+    if (count <= 0 && silence_is_over()) break;
     if (ready[2].revents != 0) notice_end();
     if (ready[3].revents != 0) outlet_.changed().take();
     leave_streams_nobody_reads();
@@ -119,6 +121,10 @@ void Pump::move_chunk(Descriptor& from, int stream) {
   const auto space = outlet_.space();
   const ssize_t count = ::read(from.get(), space.data(), space.size());
   if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
+  if (count < 0) {  // what is lost here must not pass for the whole
+    pane_.lose(errno);
+    give_up_log();
+  }
   if (count <= 0) {
     from.reset();
     return;
@@ -146,7 +152,7 @@ void Pump::end_build() {
 
 }  // namespace
 
-void pump(ToolProcess& tool, BuildLogWriter& log, Outlet& outlet, const PaneOutput& pane,
+void pump(ToolProcess& tool, BuildLogWriter& log, Outlet& outlet, PaneOutput& pane,
           RunningLease& lease) {
   Pump(tool, log, outlet, pane, lease).run();
 }

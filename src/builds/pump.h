@@ -12,7 +12,7 @@ namespace qv::build {
 // streams are closed and the tool has ended. A stream that a process it left behind still
 // holds open gets two seconds of silence. The lease stops naming the log when that takes no
 // more, and goes when nothing more can come; the pane may not have shown everything then.
-void pump(ToolProcess& tool, BuildLogWriter& log, Outlet& outlet, const PaneOutput& pane,
+void pump(ToolProcess& tool, BuildLogWriter& log, Outlet& outlet, PaneOutput& pane,
           RunningLease& lease);
 
 }  // namespace qv::build

@@ -44,6 +44,7 @@ std::optional<ToolProcess> ToolProcess::start(const BuildCommand& command,
   if (tool.pid_ == 0) return std::nullopt;
   tool.output = std::move(out->read);
   tool.error = std::move(err->read);
+  for (const Descriptor* from : {&tool.output, &tool.error}) process::make_nonblocking(from->get());
   forward_stop_signals(tool.pid_, tool.notice_.giver());
   return tool;
 }

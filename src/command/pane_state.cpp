@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 
 #include "base/files.h"
 #include "base/text.h"
@@ -46,12 +47,13 @@ void PaneStateStore::save(const PaneState& state) const {
   static_cast<void>(files::replace(*file_, record::to_text(state, json::Slashes::escaped)));
 }
 
-void PaneStateStore::update(const std::function<void(PaneState&)>& change) const {
+void PaneStateStore::update(const std::function<void(PaneState&)>& change) const try {
   const std::optional<PaneState> before = read();
   if (!before) return;
   PaneState state = *before;
   change(state);
   if (state != before) save(state);
+} catch (const std::bad_alloc&) {  // the old one stays, as when the disk is full
 }
 
 void PaneStateStore::remove_leftovers() const {

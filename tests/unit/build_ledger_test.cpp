@@ -177,6 +177,9 @@ TEST_F(Ledger, KnowsAnUnchangedLeaseAndNoticesAChange) {
 
 TEST_F(Ledger, ConcludesNothingFromAShortage) {
   const Child child(Child::living);
+  Child dead(Child::living);
+  const BuildLease of_dead = lease_of(dead.pid());
+  dead.end();
   const std::string name = std::to_string(child.pid()) + ".json";
   BuildLease lease = lease_of(child.pid());
   put(name, lease);
@@ -194,6 +197,7 @@ TEST_F(Ledger, ConcludesNothingFromAShortage) {
   leave(next);
   EXPECT_EQ(live(), std::set{child.pid()}) << "no listing";
   EXPECT_TRUE(LiveProcesses().contains(lease)) << "no start time";
+  EXPECT_FALSE(LiveProcesses().contains(of_dead)) << "nobody waits for the dead";
   std::filesystem::rename(dir_ + "/next", dir_ + "/" + name);
   EXPECT_TRUE(leases().at(0).running) << "a changed lease, for which one stands in that counts";
   ::setrlimit(RLIMIT_NOFILE, &before);
