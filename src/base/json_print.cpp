@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/json.h"
+#include "base/large_memory.h"
 
 namespace qv::json {
 
@@ -89,7 +90,10 @@ class Digits {
 // A text that is put together of short pieces.
 class Pieces {
  public:
-  explicit Pieces(std::size_t expected) { text_.reserve(expected); }
+  explicit Pieces(std::size_t expected) {
+    text_.reserve(expected);
+    large_memory::prepare(text_.data(), text_.capacity());
+  }
 
   Pieces& operator+=(char byte) {
     if (used_ == sizeof buffer_) flush();

@@ -91,12 +91,12 @@ ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON, CLIRuntime& 
   }
   const std::string warning = TeamworkRequestBuilder::warning(flags);
   if (!warning.empty()) runtime.err(warning);
-  const auto bytes = bridge::ask(env.board, env.sessionID, std::get<TeamworkRequest>(outcome));
+  auto bytes = bridge::ask(env.board, env.sessionID, std::get<TeamworkRequest>(outcome));
   if (!bytes) {
     runtime.err(complaints::not_answering("board", env.board.socket, bytes));
     return ExitCode::unavailable;
   }
-  const auto reply = json::parse(bytes.view());
+  const auto reply = json::parse_in_place(bytes.text());
   TeamworkResponse response;
   const bool readable = reply && record::decode(*reply, response);
   trace::step(readable ? record::word(response.kind) : "nothing readable", " in the reply");

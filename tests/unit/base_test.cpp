@@ -108,6 +108,16 @@ TEST(JSON, EscapesWhereverASpecialByteStands) {
   }
 }
 
+TEST(JSON, JoinsTextsWithEscapesInTheirSource) {
+  const std::string run(5000, 'x');  // longer than what the parser hands over at once
+  const std::string text =
+      R"(["\t)" + run + R"(","plain","a\n)" + run + R"(é",{"\"k":"\\","l":"m"}])";
+  std::string source = text;
+  const auto value = json::parse_in_place(source);
+  ASSERT_TRUE(value);
+  EXPECT_EQ(json::compact(*value), text);
+}
+
 TEST(JSON, DoublesSurviveToTheLastBit) {
   std::mt19937_64 random(7);
   for (int i = 0; i < 20000; ++i) {
