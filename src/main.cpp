@@ -33,6 +33,7 @@ int run(int argc, char** argv) {
   qv::OutputStream standard_output(1);
   qv::OutputStream standard_error(2);
   qv::CLIRuntime runtime([&](std::string_view text) { return standard_output.write_line(text); },
+                         [&](std::string_view part) { return standard_output.write_part(part); },
                          [&](std::string_view text) { return standard_error.write_line(text); });
   const std::string first = arguments.empty() ? "" : arguments.front();
   int status = 0;

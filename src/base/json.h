@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -154,6 +155,11 @@ struct AddedMember {
 // The value over several lines, two blanks a level, keys sorted by their bytes (the last
 // of several equal ones stands), text in UTF-8 with slashes as they are.
 [[nodiscard]] std::string pretty(Value value, const std::optional<AddedMember>& added = {});
+
+// The same, but of a long text only the end: `take` gets the parts before it, none of which ends
+// inside a character.
+[[nodiscard]] std::string pretty(Value value, const std::optional<AddedMember>& added,
+                                 const std::function<void(std::string_view)>& take);
 
 // The same on one line without blanks.
 [[nodiscard]] std::string compact(Value value);

@@ -90,6 +90,22 @@ TEST(JSON, OfEqualKeysTheLastStandsAndAnAddedMemberReplaces) {
             "\n  \"kind\": \"k\"\n}");
 }
 
+TEST(JSON, PrintsALongTextInPartsThatMakeTheWhole) {
+  std::string list = "[0";
+  for (const std::size_t length : {1U, 40'000U, 7U, 32'700U, 50U, 100'000U}) {
+    json::append_text(list += ',', std::string(length, 'x') + "é\"");
+  }
+  const auto value = json::parse(list + "]");
+  std::string parts;
+  int count = 0;
+  const std::string end = json::pretty(*value, {}, [&](std::string_view part) {
+    parts += part;
+    ++count;
+  });
+  EXPECT_EQ(parts + end, json::pretty(*value));
+  EXPECT_GT(count, 3);
+}
+
 TEST(JSON, EscapesWhereverASpecialByteStands) {
   constexpr std::pair<std::string_view, std::string_view> kCases[] = {
       {"\"", "\\\""}, {"\\", "\\\\"}, {"\x1f", "\\u001f"}, {"\n", "\\n"},
