@@ -30,7 +30,7 @@ if [[ $version != *'version 14.'* ]]; then
 fi
 
 files=()
-for folder in src sandbox tests bench docs; do
+for folder in src sandbox tests bench fuzz docs; do
   if [[ -d $folder ]]; then
     while IFS= read -r -d '' file; do
       files+=("$file")

@@ -5,6 +5,7 @@
 #   scripts/setup.sh            build and test
 #   scripts/setup.sh --bench    and measure
 #   scripts/setup.sh --checks   and check formatting, and compile for macOS and try faults on Linux
+#   scripts/setup.sh --fuzz     and fuzz
 #   scripts/setup.sh --debian   and make bare Debian machines on Linux
 #   scripts/setup.sh --package  and make and check a Debian package, and press Tab in each shell
 #   scripts/setup.sh --release  and make and test release archives on Linux
@@ -16,6 +17,7 @@ set -euo pipefail
 bench=false
 checks=false
 debian=false
+fuzz=false
 package=false
 release=false
 tidy=false
@@ -26,10 +28,11 @@ main() {
       --bench) bench=true ;;
       --checks) checks=true ;;
       --debian) debian=true ;;
+      --fuzz) fuzz=true ;;
       --release) release=true ;;
       --package) package=true ;;
       --tidy) tidy=true ;;
-      *) fail "setup.sh knows --bench, --checks, --debian, --package, --release and --tidy, not '$argument'." ;;
+      *) fail "setup.sh knows --bench, --checks, --debian, --fuzz, --package, --release and --tidy, not '$argument'." ;;
     esac
   done
 
@@ -68,6 +71,10 @@ set_up_debian() {
     want_command npm npm
     want_command mandoc mandoc
     want_command strace strace
+  fi
+  if $fuzz; then
+    want_command clang++ clang
+    want_package libclang-rt-dev
   fi
   if $debian; then
     want_command debootstrap debootstrap
@@ -156,6 +163,10 @@ set_up_macos() {
   fi
   if $checks; then
     wanted+=(clang-format)
+  fi
+
+  if $fuzz; then
+    wanted+=(llvm)
   fi
 
   local formula missing=()

@@ -44,8 +44,10 @@ std::string standing(const QueuedBuild& build) {
 Row row_of(const QueuedBuild& build) {
   std::string command = build.tool.value_or("(unknown)");
   if (build.subcommand) command += " " + *build.subcommand;
-  return {std::to_string(build.pid), duration(build.ageSeconds), std::move(command),
+  Row row{std::to_string(build.pid), duration(build.ageSeconds), std::move(command),
           standing(build), build.folder.value_or("(unknown)")};
+  for (std::string& cell : row) text::put_on_one_line(cell);  // folders have any names
+  return row;
 }
 
 // The last column needs no blanks behind it.

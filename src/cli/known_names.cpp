@@ -122,8 +122,8 @@ class Search {
     if (endpoint.socket.empty() || left <= 0) return;
     Request request;
     request.method = question.method;
-    const auto bytes =
-        bridge::ask(endpoint, env_.sessionID, request, {.wholeExchangeSeconds = left});
+    const auto bytes = bridge::ask(endpoint, env_.sessionID, request,
+                                   BridgeTransport::Options{.wholeExchangeSeconds = left});
     const auto reply = bytes ? json::parse(bytes.view()) : std::nullopt;
     Response response;
     if (reply && record::decode(*reply, response)) question.add(response, names_);

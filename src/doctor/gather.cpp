@@ -79,7 +79,8 @@ BridgeTransport::Reply ask(const bridge::Endpoint& endpoint, const std::string& 
                            std::string_view method) {
   Request request;
   request.method = method;
-  return bridge::ask(endpoint, sessionID, request, {.wholeExchangeSeconds = kPatience});
+  return bridge::ask(endpoint, sessionID, request,
+                     BridgeTransport::Options{.wholeExchangeSeconds = kPatience});
 }
 
 // What is asked of a bridge, and how the kind of its answer is read.

@@ -43,8 +43,8 @@ class RealWorld : public WaitWorld {
 
   std::optional<std::string> exchange(const TeamworkRequest& request, double seconds) override {
     give_back_after_large_reply();
-    const auto reply =
-        bridge::ask(env_.board, env_.sessionID, request, {.wholeExchangeSeconds = seconds});
+    const auto reply = bridge::ask(env_.board, env_.sessionID, request,
+                                   BridgeTransport::Options{.wholeExchangeSeconds = seconds});
     reply_size_ = reply.size;
     if (reply) return std::string(reply.view());
     say_once_who_serves(reply);

@@ -31,6 +31,7 @@ TEST(BuildQueue, IsShownInTheOrderOfTurns) {
   builds[0].live.lease.focused = true;
   builds[0].live.lease.reason = "memory";
   builds[1].live.stopped = true;
+  builds[0].folder = "/odd\nname";
   builds[5].folder.clear();
   BuildMemory memory{.pressure = 2, .cores = 4, .available = (std::uint64_t{5} << 30) / 2};
   const BuildQueue queue = queue_of(builds, memory, 6000);
@@ -39,7 +40,7 @@ TEST(BuildQueue, IsShownInTheOrderOfTurns) {
   13  3m 20s  go vet           1 job                         /src
 
 WAITING
-  16  10s     swift test       for memory, 2 ahead, focused  /src
+  16  10s     swift test       for memory, 2 ahead, focused  /odd name
   15  1m 40s  xcodebuild test  for cores, 3 ahead, stopped   /src
   11  50s     (unknown)        for cores, 3 ahead            (unknown)
   14  0s      cargo clippy     for cores, 4 ahead            /src

@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# Has the fuzzers look for inputs that break a promise, for so many seconds in all, beginning
+# with what the scenarios and fuzz/corpus hold. What they learn goes into fuzz/corpus, made as
+# small as it can be, and all of it runs once more under the sanitizers.
+#
+#   scripts/fuzz.sh SECONDS                 every fuzzer in turn
+#   scripts/fuzz.sh SECONDS board_reply     some of them
+#
+# An input that breaks something is kept in build/fuzz/findings, and can be given to its program
+# in build/fuzz or build/fuzz-asan as an argument.
+set -euo pipefail
+
+seconds=${1:?how many seconds?}
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+shift
+fuzzers=("$@")
+if [[ $# -eq 0 ]]; then
+  for source in fuzz/*.cpp; do fuzzers+=("$(basename "$source" .cpp)"); done
+fi
+
+scripts/setup.sh --fuzz
+compiler=()
+if [[ $(uname -s) == Darwin ]]; then  # Apple's has no libFuzzer
+  compiler=(-D "CMAKE_CXX_COMPILER=$(brew --prefix llvm)/bin/clang++")
+fi
+for preset in fuzz fuzz-asan; do
+  cmake --preset "$preset" ${compiler[@]+"${compiler[@]}"} >/dev/null
+  cmake --build --preset "$preset"
+done
+
+work=build/fuzz
+rm -rf $work/seeds $work/small
+python3 fuzz/seeds.py $work/seeds
+mkdir -p $work/findings
+if [[ -d /dev/shm ]]; then export TMPDIR=/dev/shm; fi
+
+# run PROGRAM ARGUMENT...: the lines it says into $work/log; fails when it has found something.
+run() {
+  "$@" -artifact_prefix=$work/findings/"$fuzzer"- -timeout=10 -print_final_stats=1 \
+    -max_len=4096 >$work/log 2>&1
+}
+
+figure() {
+  sed -n "s/^stat::$1: *//p" $work/log
+}
+
+failed=0
+row='%-14s %12s %10s %8s %9s  %s\n'
+printf "$row" fuzzer executions 'a second' corpus bytes ''
+for fuzzer in "${fuzzers[@]}"; do
+  program=$work/fuzz_$fuzzer
+  mkdir -p fuzz/corpus/"$fuzzer" $work/{corpus,seeds,small}/"$fuzzer"
+  folders=($work/{corpus,seeds}/"$fuzzer" fuzz/corpus/"$fuzzer")
+  verdict=
+  # Which input to try next is not thought about for long: that would take most of the time.
+  run "$program" -entropic=0 -max_total_time=$((seconds / ${#fuzzers[@]} + 1)) "${folders[@]}" || verdict='a finding: '$(tail -n 30 $work/log | sed -n 's/.*Test unit written to //p')
+  executions=$(figure number_of_executed_units)
+  rate=$(figure average_exec_per_sec)
+
+  run "$program" -set_cover_merge=1 $work/small/"$fuzzer" "${folders[@]}" || true
+  rm -rf fuzz/corpus/"$fuzzer"
+  cp -R $work/small/"$fuzzer" fuzz/corpus/
+  run build/fuzz-asan/fuzz_"$fuzzer" -runs=0 fuzz/corpus/"$fuzzer" ||
+    verdict="$verdict a finding under the sanitizers"
+  files=(fuzz/corpus/"$fuzzer"/*)
+  printf "$row" "$fuzzer" "$executions" "$rate" ${#files[@]} \
+    "$(cat "${files[@]}" | wc -c | tr -d ' ')" "$verdict"
+  if [[ -n $verdict ]]; then
+    failed=1
+    cp $work/log $work/findings/"$fuzzer".log
+  fi
+done
+exit $failed
