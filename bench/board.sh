@@ -42,12 +42,14 @@ ask() {
   until [[ -S $work/$1.sock ]]; do sleep 0.02; done
 }
 
-# compare RUNS COMMAND PEER PEER-COMMAND AT-MOST [REMARK]: the ratio of the two mean times.
+# compare RUNS COMMAND PEER PEER-COMMAND AT-MOST [REMARK]: the ratio of the two median times, by
+# turns.
 compare() {
-  hyperfine --shell=none --warmup 3 --runs "$1" --export-json "$work/times.json" \
-    "$qv ${2#qv }" "$4" >/dev/null 2>&1
-  row "$2${6:-}" "$3" "$(jq '[.results[].mean] as [$a, $b] | $a / $b * 100 | round / 100' \
-    "$work/times.json")" "$5"
+  local mine peer times
+  read -ra mine <<<"${2#qv }"
+  eval "peer=($4)"
+  read -r -a times < <("$bin/bench_versus" "$1" : "$qv" "${mine[@]}" : "${peer[@]}")
+  row "$2${6:-}" "$3" "$(awk "BEGIN { printf \"%.3f\", ${times[0]} / ${times[1]} }")" "$5"
 }
 
 # memory REPLY COMMAND AT-MOST NAME: the most memory it holds with that reply.

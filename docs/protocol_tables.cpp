@@ -105,10 +105,10 @@ template <record::Record T>
 void add_tables(std::vector<Table>& tables) {
   Table table{name_of<T>(), {}};
   if (std::ranges::find(tables, table.name, &Table::name) != tables.end()) return;
-  const auto add_row = [&]<class Member>(const record::Field<T, Member>& field) {
+  const auto add_row = [&]<class Owner, class Member>(const record::Field<Owner, Member>& field) {
     table.rows.push_back({code(field.key), type_of<Member>(), presence_of(field)});
   };
-  const auto add_inner = [&]<class Member>(const record::Field<T, Member>&) {
+  const auto add_inner = [&]<class Owner, class Member>(const record::Field<Owner, Member>&) {
     using Inner = typename Held<Member>::Type;
     if constexpr (record::Record<Inner>) add_tables<Inner>(tables);
   };

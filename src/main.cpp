@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/io.h"
+#include "base/large_memory.h"
 #include "base/output.h"
 #include "base/trace.h"
 #include "builds/entry.h"
@@ -16,12 +17,14 @@
 #include "cli/dispatch.h"
 #include "command/exit_code.h"
 #include "doctor/command.h"
+#include "platform/memory.h"
 
 namespace {
 
 int run(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
   qv::trace::begin();
+  qv::large_memory::prepare = qv::platform::prefer_large_pages;
   if (argc > 0 && qv::build::is_shim(argv[0])) return qv::build::run_shim(argv);
   if (argc > 1 && std::strcmp(argv[1], "__build") == 0) return qv::build::run(argv[0], argv + 2);
 
@@ -30,6 +33,7 @@ int run(int argc, char** argv) {
   qv::OutputStream standard_output(1);
   qv::OutputStream standard_error(2);
   qv::CLIRuntime runtime([&](std::string_view text) { return standard_output.write_line(text); },
+                         [&](std::string_view part) { return standard_output.write_part(part); },
                          [&](std::string_view text) { return standard_error.write_line(text); });
   const std::string first = arguments.empty() ? "" : arguments.front();
   int status = 0;

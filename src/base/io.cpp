@@ -4,17 +4,15 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 
 namespace qv::io {
 
 std::optional<std::string> read_to_end(int fd, std::size_t limit) {
   std::string bytes;
-  std::size_t used = 0;
+  char block[4096];  // most files fit
   for (;;) {
-    if (used == bytes.size()) bytes.resize(std::max<std::size_t>(4096, used * 2));
-    const ssize_t count = ::read(fd, bytes.data() + used, bytes.size() - used);
+    const ssize_t count = ::read(fd, block, sizeof block);
     if (count < 0 && errno == EAGAIN) {
       pollfd ready{fd, POLLIN, 0};
       ::poll(&ready, 1, -1);
@@ -24,15 +22,13 @@ std::optional<std::string> read_to_end(int fd, std::size_t limit) {
       if (errno == EINTR) continue;
       return std::nullopt;
     }
-    if (count == 0) break;
-    used += static_cast<std::size_t>(count);
-    if (used > limit) {
+    if (count == 0) return bytes;
+    bytes.append(block, static_cast<std::size_t>(count));
+    if (bytes.size() > limit) {
       errno = EFBIG;
       return std::nullopt;
     }
   }
-  bytes.resize(used);
-  return bytes;
 }
 
 bool write_all(int fd, std::string_view bytes) {

@@ -1,11 +1,12 @@
 // Reading. The grammar, UTF-8 and escapes are the library's; it calls the builder for each
-// piece of the text. A string without escapes arrives as a view of the text and stays one;
-// one with escapes arrives in parts, which are joined in memory that the document owns.
-// The library's own reading of doubles is one unit off now and then, so they are read from
-// their text here.
+// piece of the text. A string without escapes arrives as a view of the text and stays one; one
+// with escapes arrives in parts, which are joined where the text has been read already. The
+// library's own reading of doubles is one unit off now and then, so they are read from their
+// text here.
 
 #include "base/json.h"
 
+#include <algorithm>
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/system/error_code.hpp>
 #include <cmath>
@@ -15,6 +16,8 @@
 #include <new>
 #include <utility>
 #include <vector>
+
+#include "base/large_memory.h"
 
 namespace qv::json {
 
@@ -30,7 +33,7 @@ class Builder {
   using Error = boost::system::error_code;
   using Part = bj::string_view;
 
-  explicit Builder(std::string_view source) : source_(source) {
+  explicit Builder(std::span<char> source) : source_(source) {
     constexpr std::size_t kBytesPerNode = 12;  // of text, in replies of the usual make
     make_room(source.size() / kBytesPerNode + 4);
   }
@@ -92,6 +95,7 @@ class Builder {
     static_cast<void>(document_.nodes_.release());
     document_.nodes_.reset(static_cast<Node*>(larger));
     capacity_ = capacity;
+    large_memory::prepare(larger, capacity * sizeof(Node));
   }
 
   bool add_real(double number) {
@@ -114,43 +118,40 @@ class Builder {
     return true;
   }
 
-  // All texts together are no longer unescaped than in the source.
+  // A text starts where it stands in the source or, beginning with an escape, behind the text
+  // before it. None is longer than it was there, so it ends before what is still to be read.
   bool add_part(Part part) {
-    if (!document_.unescaped_) {
-      document_.unescaped_.reset(new char[source_.size()]);
-      text_ = text_end_ = document_.unescaped_.get();
+    const std::less_equal<const char*> not_after;
+    const char* const end = source_.data() + source_.size();
+    const bool in_source = not_after(source_.data(), part.data()) && not_after(part.data(), end);
+    if (text_ == text_end_ && in_source) {
+      text_ = text_end_ = source_.data() + (part.data() - source_.data());
+    } else {
+      std::memmove(text_end_, part.data(), part.size());
     }
-    std::memcpy(text_end_, part.data(), part.size());
     text_end_ += part.size();
     return true;
   }
 
   bool end_text(Part part) {
-    const std::less_equal<const char*> not_after;
-    const bool in_source = not_after(source_.data(), part.data()) &&
-                           not_after(part.data() + part.size(), source_.data() + source_.size());
-    std::string_view text = part;
-    if (text_ != text_end_ || !in_source) {
-      add_part(part);
-      text = {text_, static_cast<std::size_t>(text_end_ - text_)};
-      text_ = text_end_;
-    }
+    add_part(part);
     Node& node = add(Kind::text);
-    node.text = text.data();
-    node.size = static_cast<std::uint32_t>(text.size());
+    node.text = text_;
+    node.size = static_cast<std::uint32_t>(text_end_ - text_);
+    text_ = text_end_;
     return true;
   }
 
-  std::string_view source_;
+  std::span<char> source_;
   Document document_;
   std::size_t size_ = 0;  // of the nodes
   std::size_t capacity_ = 0;
   std::vector<std::size_t> open_;  // arrays and objects not yet closed
-  const char* text_ = nullptr;     // the text under way, where it is put together
-  char* text_end_ = nullptr;
+  char* text_ = source_.data();    // the text under way, where it is put together
+  char* text_end_ = text_;
 };
 
-std::optional<Document> parse(std::string_view text) {
+std::optional<Document> parse_in_place(std::span<char> text) {
   constexpr std::size_t kDeepest = 512;
   bj::parse_options options;
   options.max_depth = kDeepest;
@@ -159,6 +160,14 @@ std::optional<Document> parse(std::string_view text) {
   const std::size_t used = parser.write_some(false, text.data(), text.size(), failure);
   if (failure || used != text.size()) return std::nullopt;
   return parser.handler().take();
+}
+
+std::optional<Document> parse(std::string_view text) {
+  std::unique_ptr<char[]> copy(new char[text.size()]);
+  std::copy(text.begin(), text.end(), copy.get());
+  auto document = parse_in_place({copy.get(), text.size()});
+  if (document) document->text_ = std::move(copy);
+  return document;
 }
 
 Value::Range<Value> Value::elements() const {

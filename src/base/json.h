@@ -2,16 +2,18 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
 // JSON as it is read, looked at and printed here. A document is one flat list of nodes in
-// the order of the text, and its strings are views of that text wherever they can be, so
-// that the largest reply costs little more than its own size.
+// the order of the text, and its strings are views of that text, so that the largest reply
+// costs little more than its own size.
 namespace qv::json {
 
 enum class Kind : std::uint8_t {
@@ -43,7 +45,7 @@ struct Node {
   }
 };
 
-// One value inside a document. Valid as long as the document and the text it was read from.
+// One value inside a document, and valid as long as that.
 class Value {
  public:
   explicit Value(const Node* node) : node_(node) {}
@@ -117,7 +119,7 @@ class Value::Range {
   const Node* end_;
 };
 
-// A whole text that was read. Move-only; the text must outlive it.
+// A whole text that was read. Move-only.
 class Document {
  public:
   [[nodiscard]] Value root() const& { return Value(nodes_.get()); }
@@ -127,17 +129,21 @@ class Document {
 
  private:
   friend class Builder;
+  friend std::optional<Document> parse(std::string_view text);
   struct Free {
     void operator()(Node* nodes) const { std::free(nodes); }
   };
   std::unique_ptr<Node[], Free> nodes_;
-  std::unique_ptr<char[]> unescaped_;  // the texts that differ from their source
+  std::unique_ptr<char[]> text_;  // none of a text that was read in place
 };
 
 // Reads one JSON document (strict UTF-8, at most 512 levels deep). Integers keep all 64
 // bits, other numbers are the nearest double. Absent when the text is not such a document, or
 // holds a number beyond every double.
 [[nodiscard]] std::optional<Document> parse(std::string_view text);
+
+// The same without a copy of the text: that is written over and has to outlive the document.
+[[nodiscard]] std::optional<Document> parse_in_place(std::span<char> text);
 
 // A member added to the outermost object while it is printed, in the place of one of the
 // same key. The keys inside its value keep the order they have.
@@ -149,6 +155,11 @@ struct AddedMember {
 // The value over several lines, two blanks a level, keys sorted by their bytes (the last
 // of several equal ones stands), text in UTF-8 with slashes as they are.
 [[nodiscard]] std::string pretty(Value value, const std::optional<AddedMember>& added = {});
+
+// The same, but of a long text only the end: `take` gets the parts before it, none of which ends
+// inside a character.
+[[nodiscard]] std::string pretty(Value value, const std::optional<AddedMember>& added,
+                                 const std::function<void(std::string_view)>& take);
 
 // The same on one line without blanks.
 [[nodiscard]] std::string compact(Value value);

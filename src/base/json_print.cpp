@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/json.h"
+#include "base/large_memory.h"
 
 namespace qv::json {
 
@@ -86,10 +87,17 @@ class Digits {
   const char* end_;
 };
 
-// A text that is put together of short pieces.
+using Take = std::function<void(std::string_view)>;
+
+// A text that is put together of short pieces. What `take` does not get is kept.
 class Pieces {
  public:
-  explicit Pieces(std::size_t expected) { text_.reserve(expected); }
+  explicit Pieces(const Take* take) : take_(take) {}
+
+  void expect(std::size_t size) {
+    text_.reserve(size);
+    large_memory::prepare(text_.data(), text_.capacity());
+  }
 
   Pieces& operator+=(char byte) {
     if (used_ == sizeof buffer_) flush();
@@ -100,7 +108,7 @@ class Pieces {
   Pieces& operator+=(std::string_view piece) {
     if (piece.size() > sizeof buffer_ - used_) flush();
     if (piece.size() > sizeof buffer_) {
-      text_ += piece;
+      give(piece);
       return *this;
     }
     copy(buffer_ + used_, piece);
@@ -108,13 +116,21 @@ class Pieces {
     return *this;
   }
 
-  std::string take() {
-    flush();
+  std::string rest() {
+    text_.append(buffer_, used_);
     return std::move(text_);
   }
 
  private:
-  void flush() { text_.append(buffer_, std::exchange(used_, 0)); }
+  void flush() { give({buffer_, std::exchange(used_, 0)}); }
+
+  void give(std::string_view part) {
+    if (take_ != nullptr) {
+      (*take_)(part);
+    } else {
+      text_ += part;
+    }
+  }
 
   // Copies of a known length are instructions, not calls.
   static void copy(char* to, std::string_view piece) {
@@ -132,19 +148,21 @@ class Pieces {
     }
   }
 
+  const Take* take_;
   std::string text_;
   std::size_t used_ = 0;
-  char buffer_[4096];
+  char buffer_[32 * 1024];
 };
 
 class Printer {
  public:
-  Printer(Value value, bool multiline, const std::optional<AddedMember>& added)
-      : out_(estimated_size(value)), multiline_(multiline), added_(added) {
+  Printer(Value value, bool multiline, const std::optional<AddedMember>& added, const Take* take)
+      : out_(take), multiline_(multiline), added_(added) {
+    if (take == nullptr) out_.expect(estimated_size(value));
     append(value, 0);
   }
 
-  std::string text() { return out_.take(); }
+  std::string rest() { return out_.rest(); }
 
  private:
   // Near enough that the text is seldom moved while it grows.
@@ -264,10 +282,14 @@ class Printer {
 }  // namespace
 
 std::string pretty(Value value, const std::optional<AddedMember>& added) {
-  return Printer(value, true, added).text();
+  return Printer(value, true, added, nullptr).rest();
 }
 
-std::string compact(Value value) { return Printer(value, false, std::nullopt).text(); }
+std::string pretty(Value value, const std::optional<AddedMember>& added, const Take& take) {
+  return Printer(value, true, added, &take).rest();
+}
+
+std::string compact(Value value) { return Printer(value, false, std::nullopt, nullptr).rest(); }
 
 void append_text(std::string& out, std::string_view text, Slashes slashes) {
   put_text(out, text, slashes);

@@ -28,11 +28,12 @@ class List {
   [[nodiscard]] std::size_t size() const { return array_ ? array_->size() : records_.size(); }
   [[nodiscard]] bool empty() const { return size() == 0; }
 
-  // Visits the records in their order. Each lasts until the visit is over.
-  template <class Visit>
+  // Visits the records in their order. Each lasts until the visit is over. Who needs little of
+  // them names the base of T that has it, which is all that is decoded then.
+  template <class Part = T, class Visit>
   void for_each(Visit visit) const {
-    for (const T& record : records_) visit(record);
-    T record;  // one for all, whose texts keep their memory
+    for (const Part& record : records_) visit(record);
+    Part record;  // one for all, whose texts keep their memory
     for (const json::Value element : elements()) {
       if (decode(element, record)) visit(std::as_const(record));
     }

@@ -41,7 +41,7 @@ constexpr WakeSentence kWakeSentences[] = {
 std::string feed_tasks(const TaskList& tasks) {
   std::string rows;
   std::size_t finished = 0;
-  tasks.for_each([&](const TeamworkTask& task) {
+  tasks.for_each<TaskRow>([&](const TaskRow& task) {
     if (task.state == "done" || task.state == "rejected") {
       ++finished;
     } else {

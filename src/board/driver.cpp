@@ -53,14 +53,16 @@ std::string reader_of(const TeamworkResponse& response, CLIRuntime& runtime) {
 
 // A task list's JSON also carries the ids of each bucket, so that a script sees the same
 // grouping as the prose.
-std::string as_json(const TeamworkResponse& response, json::Value reply, std::string_view method,
-                    CLIRuntime& runtime) {
-  if (method != "list_tasks" || refused(response)) return json::pretty(reply);
-  const std::string ids =
-      bucket_ids(response.tasks.value_or(TaskList()), reader_of(response, runtime));
-  const auto buckets = json::parse(ids);
-  return buckets ? json::pretty(reply, json::AddedMember{"buckets", *buckets})
-                 : json::pretty(reply);
+void print_json(const TeamworkResponse& response, json::Value reply, std::string_view method,
+                CLIRuntime& runtime) {
+  std::optional<json::Document> buckets;
+  std::optional<json::AddedMember> added;
+  if (method == "list_tasks" && !refused(response)) {
+    buckets =
+        json::parse(bucket_ids(response.tasks.value_or(TaskList()), reader_of(response, runtime)));
+    if (buckets) added = {"buckets", *buckets};
+  }
+  runtime.out(json::pretty(reply, added, runtime.out_part));
 }
 
 std::string as_prose(const TeamworkResponse& response, std::string_view method, const ArgBox& flags,
@@ -91,12 +93,12 @@ ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON, CLIRuntime& 
   }
   const std::string warning = TeamworkRequestBuilder::warning(flags);
   if (!warning.empty()) runtime.err(warning);
-  const auto bytes = bridge::ask(env.board, env.sessionID, std::get<TeamworkRequest>(outcome));
+  auto bytes = bridge::ask(env.board, env.sessionID, std::get<TeamworkRequest>(outcome));
   if (!bytes) {
     runtime.err(complaints::not_answering("board", env.board.socket, bytes));
     return ExitCode::unavailable;
   }
-  const auto reply = json::parse(bytes.view());
+  const auto reply = json::parse_in_place(bytes.text());
   TeamworkResponse response;
   const bool readable = reply && record::decode(*reply, response);
   trace::step(readable ? record::word(response.kind) : "nothing readable", " in the reply");
@@ -108,7 +110,7 @@ ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON, CLIRuntime& 
 
   const bool not_found = response.kind == Kind::empty && verb.emptyMeansNotFound;
   if (wantsJSON) {
-    runtime.out(as_json(response, *reply, verb.method, runtime));
+    print_json(response, *reply, verb.method, runtime);
   } else if (not_found) {
     runtime.err("qv task " + std::string(verb.name) +
                 ": nothing here by that name. Check the id with `qv task list`.");

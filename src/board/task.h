@@ -81,16 +81,39 @@ struct record::Schema<TeamworkTaskWatcher> {
   };
 };
 
-// One ticket.
-struct TeamworkTask {
+// What a list of tickets is made of: the few members that its rows and their order need.
+struct TaskRow {
   std::string id;
   std::string title;
-  std::string body;
   std::string state;
   std::optional<std::string> ownerFingerprint;
+  bool blocked = false;
+  std::optional<std::string> routedToFingerprint;
+  bool routedToLive = false;
+  std::vector<std::string> waitsOn;
+  bool ready = false;
+};
+
+template <>
+struct record::Schema<TaskRow> {
+  static constexpr auto fields = std::tuple{
+      required("id", &TaskRow::id),
+      required("title", &TaskRow::title),
+      required("state", &TaskRow::state),
+      optional("ownerFingerprint", &TaskRow::ownerFingerprint),
+      defaulted("blocked", &TaskRow::blocked),
+      optional("routedToFingerprint", &TaskRow::routedToFingerprint),
+      defaulted("routedToLive", &TaskRow::routedToLive),
+      defaulted("waitsOn", &TaskRow::waitsOn),
+      defaulted("ready", &TaskRow::ready),
+  };
+};
+
+// One ticket.
+struct TeamworkTask : TaskRow {
+  std::string body;
   std::optional<std::int64_t> claimLeaseSecondsRemaining;
   std::vector<std::string> log;
-  bool blocked = false;
   std::optional<std::string> blockerQuestion;
   std::optional<std::string> blockerAnswer;
   bool blockerEscalated = false;
@@ -105,11 +128,7 @@ struct TeamworkTask {
   std::optional<std::string> reviewByFingerprint;
   std::optional<std::string> parkedReason;
   std::optional<std::string> assignedRole;
-  std::optional<std::string> routedToFingerprint;
-  bool routedToLive = false;
   std::optional<std::string> reportsToHandle;
-  std::vector<std::string> waitsOn;
-  bool ready = false;
   std::optional<std::vector<std::string>> unresolvedWaitsOn;
   std::optional<std::string> pendingReleaseReason;
   bool mentionsYou = false;

@@ -42,7 +42,7 @@ using RowsOfBuckets = std::array<Rows, kTaskBuckets>;
 
 RowsOfBuckets grouped_rows(const TaskList& tasks, std::string_view reader, bool include_all) {
   RowsOfBuckets all;
-  tasks.for_each([&](const TeamworkTask& task) {
+  tasks.for_each<TaskRow>([&](const TaskRow& task) {
     const TaskBucket bucket = bucket_of(task, reader);
     Rows& rows = all[index_of(bucket)];
     ++rows.count;
@@ -64,7 +64,7 @@ std::string hidden_count(const RowsOfBuckets& all) {
 
 }  // namespace
 
-TaskBucket bucket_of(const TeamworkTask& task, std::string_view reader) {
+TaskBucket bucket_of(const TaskRow& task, std::string_view reader) {
   if (task.state == "done") return TaskBucket::done;
   if (task.state == "rejected") return TaskBucket::rejected;
   const bool held = text::given(task.ownerFingerprint);
@@ -77,7 +77,7 @@ TaskBucket bucket_of(const TeamworkTask& task, std::string_view reader) {
 
 std::string bucket_ids(const TaskList& tasks, std::string_view reader) {
   std::array<std::string, kTaskBuckets> ids;
-  tasks.for_each([&](const TeamworkTask& task) {
+  tasks.for_each<TaskRow>([&](const TaskRow& task) {
     std::string& list = ids[index_of(bucket_of(task, reader))];
     list += list.empty() ? "[" : ",";
     json::append_text(list, task.id);
@@ -91,7 +91,7 @@ std::string bucket_ids(const TaskList& tasks, std::string_view reader) {
   return out + "}";
 }
 
-void append_task_row(std::string& out, const TeamworkTask& task) {
+void append_task_row(std::string& out, const TaskRow& task) {
   constexpr std::size_t kStateWidth = 9;
   out += "\n  ";
   const std::size_t start = out.size();

@@ -14,13 +14,13 @@ enum class TaskBucket { yours, forYou, readyToClaim, waiting, done, rejected };
 inline constexpr std::size_t kTaskBuckets = 6;
 
 // `reader` is the fingerprint of the calling pane's seat, empty without one.
-[[nodiscard]] TaskBucket bucket_of(const TeamworkTask& task, std::string_view reader);
+[[nodiscard]] TaskBucket bucket_of(const TaskRow& task, std::string_view reader);
 
 // The ids of the tasks in each bucket, in the order the board listed them, as a JSON object.
 [[nodiscard]] std::string bucket_ids(const TaskList& tasks, std::string_view reader);
 
 // Adds a line feed and the row of the task, which is one line and indented.
-void append_task_row(std::string& out, const TeamworkTask& task);
+void append_task_row(std::string& out, const TaskRow& task);
 
 // The backlog as a grouped briefing. Done and declined work is counted, or listed in full
 // when `include_all` is set.

@@ -16,11 +16,11 @@
 #include <utility>
 
 #include "base/descriptor.h"
+#include "base/large_memory.h"
 #include "base/text.h"
 #include "base/trace.h"
 #include "bridge/trust.h"
 #include "platform/clock.h"
-#include "platform/memory.h"
 #include "platform/peer.h"
 #include "platform/sockets.h"
 
@@ -143,26 +143,33 @@ Reply no_reply(int error) {
   return none;
 }
 
-// Reads straight into the buffer that becomes the reply. Most replies fit its first size; for
-// a long one it is made large enough for any, of which the system hands out only what is
-// really written.
+std::unique_ptr<char[]> moved(const char* bytes, std::size_t size, std::size_t capacity) {
+  std::unique_ptr<char[]> larger(new char[capacity]);
+  large_memory::prepare(larger.get(), capacity);
+  std::copy(bytes, bytes + size, larger.get());
+  return larger;
+}
+
+// Most replies are short, and need no more memory than they take. For a long one the buffer is
+// made large enough for any, of which the system hands out only what is really written.
 Reply receive(const Descriptor& connection, const Patience& patience, const Options& options) {
   constexpr std::size_t kUsualSize = 64 * 1024;
   constexpr std::size_t kLongSize = 1024 * 1024;
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
   Reply reply;
-  reply.bytes.reset(new char[kUsualSize]);
-  std::size_t capacity = kUsualSize;
+  char short_reply[4096];
+  char* bytes = short_reply;
+  std::size_t capacity = sizeof short_reply;
   for (;;) {
     if (reply.size == capacity) {
-      capacity = capacity < kLongSize ? kLongSize : limit + kUsualSize;
-      std::unique_ptr<char[]> larger(new char[capacity]);
-      if (capacity > kLongSize) platform::prefer_large_pages(larger.get(), capacity);
-      std::memcpy(larger.get(), reply.bytes.get(), reply.size);
-      reply.bytes = std::move(larger);
+      capacity = capacity < kUsualSize  ? kUsualSize
+                 : capacity < kLongSize ? kLongSize
+                                        : limit + kUsualSize;
+      reply.bytes = moved(bytes, reply.size, capacity);
+      bytes = reply.bytes.get();
     }
     if (!patience.allows(connection, SO_RCVTIMEO)) return no_reply(errno);
-    char* const start = reply.bytes.get() + reply.size;
+    char* const start = bytes + reply.size;
     const ssize_t count = ::recv(connection.get(), start, capacity - reply.size, 0);
     if (count < 0) {
       if (errno == EINTR) continue;
@@ -175,7 +182,9 @@ Reply receive(const Descriptor& connection, const Patience& patience, const Opti
     if (reply.size > limit) return no_reply(EMSGSIZE);
     if (count == 0 && reply.size == 0) return no_reply(ECONNRESET);
     reply.answered = count == 0 || end != std::string_view::npos;
-    if (reply.answered) return reply;
+    if (!reply.answered) continue;
+    if (bytes == short_reply) reply.bytes = moved(bytes, reply.size, reply.size);
+    return reply;
   }
 }
 

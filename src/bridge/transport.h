@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -45,6 +46,7 @@ struct Reply : Outcome {
   std::size_t size = 0;
 
   [[nodiscard]] std::string_view view() const { return {bytes.get(), size}; }
+  [[nodiscard]] std::span<char> text() { return {bytes.get(), size}; }
 };
 
 // Sends `request` (one JSON document without its terminator) to the bridge at

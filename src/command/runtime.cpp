@@ -6,8 +6,8 @@
 
 namespace qv {
 
-CLIRuntime::CLIRuntime(Sink out_sink, Sink err_sink)
-    : out(std::move(out_sink)), err(std::move(err_sink)) {}
+CLIRuntime::CLIRuntime(Sink out_sink, Sink out_part_sink, Sink err_sink)
+    : out(std::move(out_sink)), out_part(std::move(out_part_sink)), err(std::move(err_sink)) {}
 
 const CLIEnvironment& CLIRuntime::env() {
   if (!env_) {

@@ -26,6 +26,10 @@ void send(const char* message) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::memcpy(address.sun_path, kLogSocket, sizeof kLogSocket);
+  if (!log.valid() ||
+      ::connect(log.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    return;
+  }
   const std::time_t now = std::time(nullptr);
   struct tm local {};
   char date[32] = "";
@@ -34,9 +38,8 @@ void send(const char* message) {
   const int length =
       std::snprintf(record, sizeof record, "<%d>%s com.quorvel.app[%d]: governor: %s",
                     LOG_USER | LOG_INFO, date, static_cast<int>(::getpid()), message);
-  if (!log.valid() || length < 0 || static_cast<std::size_t>(length) >= sizeof record) return;
-  (void)!::sendto(log.get(), record, static_cast<std::size_t>(length), MSG_NOSIGNAL,
-                  reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  if (length < 0 || static_cast<std::size_t>(length) >= sizeof record) return;
+  (void)!::send(log.get(), record, static_cast<std::size_t>(length), MSG_NOSIGNAL);
 }
 
 }  // namespace

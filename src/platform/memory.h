@@ -4,8 +4,8 @@
 
 namespace qv::platform {
 
-// Asks for large pages where the system has them for memory that is about to be filled: page by
-// small page that would cost more than to read what goes into it. Never fails.
+// Asks for large pages, where the system has them, for some megabytes or more that are about to
+// be filled. Does nothing for less; never fails.
 void prefer_large_pages(void* memory, std::size_t bytes);
 
 // Hands memory that has been freed back to the system, for a process that sleeps now.

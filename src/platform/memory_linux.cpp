@@ -9,8 +9,8 @@ namespace qv::platform {
 
 void prefer_large_pages(void* memory, std::size_t bytes) {
   constexpr std::size_t kLargePage = std::size_t{2} << 20;
-  // The advice is for whole pages, and the first of them has to begin inside.
-  if (std::align(kLargePage, kLargePage, memory, bytes) == nullptr) return;
+  if (bytes < 2 * kLargePage) return;  // the advice is for whole pages, of which one begins inside
+  std::align(kLargePage, kLargePage, memory, bytes);
   ::madvise(memory, bytes / kLargePage * kLargePage, MADV_HUGEPAGE);
 }
 

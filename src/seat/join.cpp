@@ -55,7 +55,7 @@ struct Claim {
 };
 
 struct Reply {
-  json::Document json;  // of the bytes it was read from
+  json::Document json;
   MCPBridgeResponse response;
 
   [[nodiscard]] bool refused() const { return response.kind == MCPBridgeResponse::Kind::error; }

@@ -90,6 +90,22 @@ TEST(JSON, OfEqualKeysTheLastStandsAndAnAddedMemberReplaces) {
             "\n  \"kind\": \"k\"\n}");
 }
 
+TEST(JSON, PrintsALongTextInPartsThatMakeTheWhole) {
+  std::string list = "[0";
+  for (const std::size_t length : {1U, 40'000U, 7U, 32'700U, 50U, 100'000U}) {
+    json::append_text(list += ',', std::string(length, 'x') + "é\"");
+  }
+  const auto value = json::parse(list + "]");
+  std::string parts;
+  int count = 0;
+  const std::string end = json::pretty(*value, {}, [&](std::string_view part) {
+    parts += part;
+    ++count;
+  });
+  EXPECT_EQ(parts + end, json::pretty(*value));
+  EXPECT_GT(count, 3);
+}
+
 TEST(JSON, EscapesWhereverASpecialByteStands) {
   constexpr std::pair<std::string_view, std::string_view> kCases[] = {
       {"\"", "\\\""}, {"\\", "\\\\"}, {"\x1f", "\\u001f"}, {"\n", "\\n"},
@@ -106,6 +122,16 @@ TEST(JSON, EscapesWhereverASpecialByteStands) {
       EXPECT_EQ(back->root().text(), text);
     }
   }
+}
+
+TEST(JSON, JoinsTextsWithEscapesInTheirSource) {
+  const std::string run(5000, 'x');  // longer than what the parser hands over at once
+  const std::string text =
+      R"(["\t)" + run + R"(","plain","a\n)" + run + R"(é",{"\"k":"\\","l":"m"}])";
+  std::string source = text;
+  const auto value = json::parse_in_place(source);
+  ASSERT_TRUE(value);
+  EXPECT_EQ(json::compact(*value), text);
 }
 
 TEST(JSON, DoublesSurviveToTheLastBit) {

@@ -118,8 +118,8 @@ TEST(Pages, TheCommandSuggestedIsOneThatCanBePasted) {
 }
 
 TEST(Tasks, CountsAndSeats) {
-  TeamworkTask done{.id = "T-1", .state = "done"};
-  TeamworkTask declined{.id = "T-2", .state = "rejected"};
+  TeamworkTask done{{.id = "T-1", .state = "done"}};
+  TeamworkTask declined{{.id = "T-2", .state = "rejected"}};
   EXPECT_EQ(task_list({{done, done, declined}}, "f", false),
             "2 done, 1 declined — hidden. Pass --include all to list them.");
   EXPECT_EQ(task_list({{declined}}, "f", false),
