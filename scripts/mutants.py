@@ -24,7 +24,8 @@ PROJECT = Path(__file__).resolve().parent.parent
 FOLDER = PROJECT / "build" / "mutants"
 LONGEST = 300  # seconds for one step, after which a mutant counts as noticed
 APART = ["unshare", "--pid", "--fork", "--kill-child", "--mount-proc",
-         *([] if os.geteuid() == 0 else ["--map-current-user"])]
+         *([] if os.geteuid() == 0 else ["--map-current-user"]),
+         "sh", "-c", '"$@"; exit $?', "sh"]  # the first process has no parent, which tests look at
 
 TOKEN = re.compile(
     r'//[^\n]*|^\s*#[^\n]*|R"\((?P<raw>.*?)\)"|"(?P<text>(?:\\.|[^"\\\n])*)"|\'(?:\\.|[^\'\\])+\''
@@ -121,7 +122,7 @@ class Bench:
         """The first test that fails, the quickest tests first; empty when all pass."""
         status, printed = self.run(self.build / "unit_tests", "--gtest_brief=1", "--gtest_fail_fast")
         if status:
-            named = re.search(r"FAILED  \] (\S+?)[.,( \n]", printed)
+            named = re.search(r"FAILED  \] ([\w./]+)", printed)
             return f"unit test {named[1]}" if named else "unit tests, which end early"
         for tests in ("^(scenario|docs|pages)", "^(process|simulation)"):
             status, printed = self.run("ctest", "--stop-on-failure", "--timeout", "120", "-R", tests)
