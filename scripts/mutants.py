@@ -16,6 +16,7 @@ import random
 import re
 import subprocess
 import sys
+import tempfile
 import threading
 import time
 from pathlib import Path
@@ -92,12 +93,11 @@ class Bench:
     def __init__(self, number):
         self.tree = FOLDER / f"tree{number}"
         self.build = FOLDER / f"build{number}"
-        self.scratch = FOLDER / f"scratch{number}"
+        self.scratch = tempfile.TemporaryDirectory(prefix="qv-mutants-")  # outside of any repository
 
     def set_up(self):
-        for folder in (self.tree, self.scratch):
-            subprocess.run(["rm", "-rf", folder], check=True)
-            folder.mkdir(parents=True)
+        subprocess.run(["rm", "-rf", self.tree], check=True)
+        self.tree.mkdir(parents=True)
         archive = subprocess.Popen(["git", "archive", "HEAD"], cwd=PROJECT, stdout=subprocess.PIPE)
         subprocess.run(["tar", "-x", "-C", self.tree], stdin=archive.stdout, check=True)
         subprocess.run(["cmake", "-S", self.tree, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
@@ -107,7 +107,7 @@ class Bench:
 
     def run(self, *command):
         """The exit status and what was printed; 124 for what took too long."""
-        environment = dict(os.environ, TMPDIR=str(self.scratch))
+        environment = dict(os.environ, TMPDIR=self.scratch.name)
         try:
             done = subprocess.run([*APART, *command], cwd=self.build, env=environment, stdin=subprocess.DEVNULL,
                                   capture_output=True, text=True, errors="replace", timeout=LONGEST)
