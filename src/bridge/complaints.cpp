@@ -4,9 +4,12 @@ namespace qv::complaints {
 
 std::string served_by_another_user(const std::string& socket_path,
                                    const BridgeTransport::Outcome& outcome) {
-  if (!outcome.foreign_user) return "";
-  return "qv: " + socket_path + " is served by another user (uid " +
-         std::to_string(*outcome.foreign_user) + "); not talking to it.";
+  if (!outcome.foreign) return "";
+  const auto user = outcome.foreign_user;
+  return "qv: " + socket_path + " is served by " +
+         (user ? "another user (uid " + std::to_string(*user) + ")"
+               : "a user whom the system does not name") +
+         "; not talking to it.";
 }
 
 std::string not_answering(std::string_view bridge, const std::string& socket_path,

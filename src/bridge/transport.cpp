@@ -53,14 +53,12 @@ bool connect_to(const Descriptor& connection, const std::string& path) {
   return connected;
 }
 
-// The user who serves the connection, when it is one that is not talked to. A system that
-// does not say who it is counts as nobody we know.
-std::optional<uid_t> foreign_peer(const Descriptor& connection) {
-  constexpr auto kNobody = static_cast<uid_t>(-1);
-  const uid_t user = platform::peer_user(connection).value_or(kNobody);
-  if (trust::covers(user)) return std::nullopt;
-  trace::step("served by another user, ", user);
-  return user;
+// Whether the user who serves a connection is one that is not talked to. Whom the system
+// does not name is nobody we know.
+bool is_foreign(std::optional<uid_t> server) {
+  if (server && trust::covers(*server)) return false;
+  trace::step("served by another user, ", server ? std::to_string(*server) : "who is not told");
+  return true;
 }
 
 void set_timeout(const Descriptor& connection, int option, double seconds) {
@@ -227,8 +225,12 @@ Descriptor asked(std::string_view request, const std::string& socket_path, const
   const bool connected =
       patience.allows(connection, SO_SNDTIMEO) && connect_to(connection, socket_path);
   if (!connected) return not_asked(why, errno);
-  why.foreign_user = foreign_peer(connection);
-  if (why.foreign_user) return not_asked(why, EACCES);
+  const auto server = platform::peer_user(connection);
+  if (is_foreign(server)) {
+    why.foreign = true;
+    why.foreign_user = server;
+    return not_asked(why, EACCES);
+  }
   const bool sent = send_all(connection, patience, std::string(request) + options.terminator);
   if (!sent) return not_asked(why, errno);
   ::shutdown(connection.get(), SHUT_WR);
@@ -265,9 +267,9 @@ Contact contact(const std::string& socket_path) {
   if (!connection.valid()) return {.error = errno};
   ::fcntl(connection.get(), F_SETFL, O_NONBLOCK);
   if (!connect_to(connection, socket_path)) return {.error = errno};
-  return {.user = platform::peer_user(connection),
-          .process = platform::peer_process(connection),
-          .trusted = !foreign_peer(connection)};
+  const auto user = platform::peer_user(connection);
+  return {
+      .user = user, .process = platform::peer_process(connection), .trusted = !is_foreign(user)};
 }
 
 bool is_live(const std::string& socket_path) {

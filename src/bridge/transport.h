@@ -32,7 +32,8 @@ struct Options {
 // bridge that a user serves who is not trusted is not sent a byte.
 struct Outcome {
   bool answered = false;
-  std::optional<uid_t> foreign_user;  // who serves the socket, when that is why
+  bool foreign = false;               // why: a user who is not trusted serves the socket
+  std::optional<uid_t> foreign_user;  // who that is, when the system says so
   // Why there is none, in the terms of errno: EACCES for another user's, ETIMEDOUT, ECONNRESET
   // from a bridge that hangs up instead of answering, EMSGSIZE for too large an answer.
   int error = 0;

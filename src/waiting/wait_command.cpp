@@ -78,7 +78,7 @@ class RealWorld : public WaitWorld {
 
   // A wait asks every second and would say so every second.
   void say_once_who_serves(const BridgeTransport::Outcome& outcome) {
-    if (!outcome.foreign_user || std::exchange(said_who_serves_, true)) return;
+    if (!outcome.foreign || std::exchange(said_who_serves_, true)) return;
     runtime_.err(complaints::served_by_another_user(env_.board.socket, outcome));
   }
 

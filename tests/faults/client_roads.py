@@ -50,7 +50,7 @@ class Road:
     warnings: str = "(?!)"  # what may be said beside a success
 
 
-UNKNOWN_PEER = r"qv: \S+ is served by another user \(uid 4294967295\); not talking to it\.\n"
+UNKNOWN_PEER = r"qv: \S+ is served by a user whom the system does not name; not talking to it\.\n"
 NOT_READ = r"qv: standard input could not be read as UTF-8 text, so it counts as empty\.\n"
 UNGROUPED = r"WAITING .*\n(  T-\d+ +OPEN +t\n)+\n.*\n"  # without the record nobody knows whose tasks these are
 COULD_NOT_STORE = r"qv join: the seat secret could not be stored at \S.*: .+\.\n"
