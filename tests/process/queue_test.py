@@ -1,6 +1,9 @@
 """The order in which builds start, what they say meanwhile, and who cannot stop them."""
 import os
+import shutil
 import signal
+import socket
+import subprocess
 import time
 
 import builds
@@ -90,6 +93,48 @@ class Queue(builds.World):
                                env={**FOCUSED, **variables})
             self.assertEqual(build.result(), (0, expected.encode() + b"\n"))
         self.touch("go")
+
+    def test_memory_that_is_low(self):
+        """On a machine with a pressure and a log of the test's own, in a namespace of mounts."""
+        inside = ("unshare", "--map-root-user", "--mount", "sh", "-c",
+                  'mount --bind "$0/pressure" /proc/pressure/memory && mount --bind /dev/null "$0/dev/null" && '
+                  'mount --rbind "$0/dev" /dev && exec "$@"', self.root)
+        os.mkdir(self.root + "/dev")
+        self.touch("dev/null")
+        log = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(log.close)
+        log.bind(self.root + "/dev/log")
+
+        def press(some, full):
+            with open(self.root + "/pressure", "w") as file:
+                file.write(f"some avg10={some}\nfull avg10={full}\n")
+        press(some=20, full=0)
+        if not shutil.which("unshare") or subprocess.run([*inside, "true"], capture_output=True).returncode:
+            self.skipTest("no machine can be made up")
+        governed = {"QUORVEL_BUILD_MEMORY_OFF": "", "QUORVEL_TRACE": "1"}
+        self.start_running(gate("go"), folder=self.plain)
+        low = self.start("true", before=inside, env=governed)
+        until(lambda: low.said("this Mac is low on memory, so this build waits for 1 other build to finish first\n"),
+              "a build that is held")
+        self.assertEqual(self.leases()[low.pid]["reason"], "memory")
+        self.touch("go")
+        self.assertEqual(low.status(), 0)
+        press(some=0, full=20)
+        critical = self.start("true", before=inside, env=governed)
+        until(lambda: critical.said("this Mac is critically low on memory, so this build waits until some is free "
+                                    "(at most 10 minutes)\n"), "a build that is held with nobody before it")
+        press(some=0, full=0)
+        self.assertEqual(critical.status(), 0)
+        for build, seen, outcome in ((low, "pressure 2", "it waits for memory behind 1"),
+                                     (critical, "pressure 4", "it waits for memory behind 0, which is critical"),
+                                     (critical, "pressure 1", "it runs with ")):
+            self.assertRegex(build.err.decode(), f"pass: 2 cores, .* 0 are ahead, {seen}, .* governed, keyed: {outcome}")
+        log.settimeout(builds.GIVE_UP_AFTER)
+        for build, event in ((low, "held for memory, 1 ahead, critical false"),
+                             (low, r"started with \d+ of 2 jobs, 0 others running"),
+                             (critical, "held for memory, 0 ahead, critical true")):
+            self.assertRegex(log.recv(1000).decode(), rf"^<14>\w{{3}} [ \d]\d [\d:]{{8}} com.quorvel.app\[{build.pid}\]: "
+                             rf"governor: build {build.pid} {event}$")
 
     def test_the_first_in_line_sleeps_until_the_running_build_ends(self):
         self.start_running(gate("go"), folder=self.plain)

@@ -71,6 +71,15 @@ class Slot(builds.World):
         os.chmod(self.ledger, 0o777)
         self.assertEqual(self.start(TELL).result(), (0, b"slot= jobs= arguments=build\n"))
 
+    def test_builds_that_cannot_be_seen_keep_their_ledger_for_a_day(self):
+        if not self.change_mark(1, b"0"):  # as from another namespace
+            self.skipTest("no marks")
+        lease = self.ledger + "/2.json"
+        open(lease, "w").close()
+        self.assertEqual(self.start(TELL).result(), (0, b"slot= jobs= arguments=build\n"))
+        os.utime(lease, (1, 1))
+        self.assertEqual(self.start(TELL).result(), (0, b"slot=1 jobs= arguments=build\n"))
+
     def test_the_tool_inherits_what_the_caller_had(self):
         """Descriptors and signals are those of a tool that was started directly."""
         look = "grep -E 'Sig(Blk|Ign)' /proc/self/status; ls /proc/self/fd; pwd; umask"

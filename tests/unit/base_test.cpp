@@ -1,8 +1,15 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <thread>
 
+#include "base/descriptor.h"
+#include "base/io.h"
 #include "base/nearest.h"
+#include "base/output.h"
 #include "base/record.h"
 #include "base/text.h"
 #include "support.h"
@@ -204,6 +211,19 @@ TEST(Record, PresenceAndTypes) {
                           R"({"id":"x","flag":"true"})", R"(["id"])"}) {
     EXPECT_FALSE(record::from_text<Sample>(bad)) << bad;
   }
+}
+
+// As the runtimes of some callers leave theirs.
+TEST(IO, WaitsWhereADescriptorDoesNotBlock) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  const Descriptor from(ends[0]);
+  for (const int end : ends) ::fcntl(end, F_SETFL, O_NONBLOCK);
+  const std::string text(1 << 20, 'x');
+  std::thread writer(
+      [&, to = Descriptor(ends[1])] { EXPECT_TRUE(OutputStream(to.get()).write_line(text)); });
+  EXPECT_TRUE(io::read_to_end(from.get(), SIZE_MAX) == text + "\n");
+  writer.join();
 }
 
 TEST(Nearest, ForgivesWhatTheLengthOfAWordAllows) {

@@ -1,5 +1,7 @@
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "base/foreground.h"
 #include "seat/join.h"
@@ -107,6 +109,20 @@ TEST(Foreground, ReportsHowTheProgramEnded) {
   }
   EXPECT_EQ(run_in_foreground("/nonexistent/broker", {}), std::nullopt);
   EXPECT_EQ(errno, ENOENT);
+
+  // A stop stops both, so that the shell takes the terminal back.
+  const pid_t both = ::fork();
+  if (both == 0) {
+    ::setpgid(0, 0);
+    ::alarm(60);
+    ::_exit(run_in_foreground("/bin/sh", {"-c", "kill -STOP $$; exit 5"}).value_or(1));
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(both, &status, WUNTRACED), both);
+  EXPECT_TRUE(WIFSTOPPED(status)) << status;
+  ::kill(-both, SIGCONT);
+  ASSERT_EQ(::waitpid(both, &status, 0), both);
+  EXPECT_EQ(WEXITSTATUS(status), 5) << status;
 
   // A signal that is sent to this process alone ends it, whatever runs in its place.
   EXPECT_EXIT(std::exit(run_in_foreground("/bin/sh", {"-c", "kill -INT $PPID"}).value_or(1)),
