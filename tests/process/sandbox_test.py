@@ -76,6 +76,35 @@ $ qv secret exec PRACTICE_API_KEY PRACTICE_DEPLOY_TOKEN --env PRACTICE_API_KEY -
 made-up
 made-up
 made-up
+$ qv task add Three; qv task watch T-3; peer task claim T-3; qv task claim T-3; qv task request-release T-3 --reason mine
+Filed T-3.
+You follow T-3.
+Claimed T-3. The lease is 600s, and every command of yours renews it.
+T-3 is held by SV6. Ask for it with `qv task request-release T-3`, or annotate it with `qv task comment T-3`.
+Asked SV6 to release T-3.
+$ peer wait | grep 'asks you'; peer task reject T-3 --reason stale; peer task delete T-2 --reason gone; qv task unwatch T-3
+  - KQ3 asks you to release T-3.  [mentioned · T-3]
+Rejected T-3.
+Deleted T-2.
+You no longer follow T-3.
+$ qv board charter 'Be kind'; qv notebook create Guides; qv note create idea a; for verb in append update; do qv note $verb idea $verb --why so; done
+The charter is set.
+Working notes  1 note(s)  read and write
+Guides  0 note(s)  read and write
+Wrote "idea", r1.
+Wrote "idea", r2.
+Wrote "idea", r3.
+$ qv note rename idea guide; qv note move guide Guides; qv notebook rename Guides Ideas; qv notebook delete Ideas; qv note read guide
+Renamed to "guide".
+Moved "guide" to "Guides".
+Working notes  1 note(s)  read and write
+Ideas  1 note(s)  read and write
+"Ideas" is in use.
+update
+$ qv note delete guide; qv notebook delete Ideas; qv note read guide
+Deleted "guide".
+Working notes  1 note(s)  read and write
+qv note read: no note by that name in this room. `qv note list` shows what is here.
 """
 
 
