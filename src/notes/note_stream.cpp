@@ -175,21 +175,14 @@ std::string_view NoteStream::take_unicode_escape(std::string_view bytes) {
   return after(bytes, kLength);
 }
 
+// No whole character stands there: it goes on in the next piece, or never was one.
 std::string_view NoteStream::take_beyond_ascii(std::string_view bytes) {
   constexpr std::size_t kLongest = 4;
-  std::size_t run = 0;
-  while (run < bytes.size() && !is_ascii(bytes[run])) ++run;
-  if (run == bytes.size()) {  // its last character may go on in the next piece
-    std::size_t start = run - 1;
-    while (start > 0 && (static_cast<unsigned char>(bytes[start]) & 0xC0U) == 0x80U) --start;
-    if (run - start > kLongest) return refuse();
-    run = start;
-    if (run == 0) return hold(bytes);
+  std::size_t length = 1;
+  while (length < bytes.size() && (static_cast<unsigned char>(bytes[length]) & 0xC0U) == 0x80U) {
+    ++length;
   }
-  const std::string_view characters(bytes.data(), run);
-  if (!text::is_utf8(characters)) return refuse();
-  pager_.add(characters);
-  return after(bytes, run);
+  return length == bytes.size() && length < kLongest ? hold(bytes) : refuse();
 }
 
 std::string_view NoteStream::hold(std::string_view bytes) {
