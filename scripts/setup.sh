@@ -87,7 +87,7 @@ set_up_debian() {
     want_package qemu-user-static
   fi
   if $tidy; then
-    want_command run-clang-tidy clang-tidy
+    want_command clang-tidy clang-tidy
   fi
   if $package; then
     want_command dpkg-shlibdeps dpkg-dev

@@ -21,7 +21,7 @@ namespace qv::board {
 [[nodiscard]] std::string change_feed(const std::optional<TeamworkChangeFeed>& feed);
 
 // One line; empty when nothing is owed.
-[[nodiscard]] std::string obligations_summary(const TeamworkObligations& obligations);
+[[nodiscard]] std::string obligations_summary(const TeamworkObligations& owed);
 
 inline constexpr std::string_view kCompletionProposed =
     "Goal completion is proposed, awaiting the human.";

@@ -44,7 +44,7 @@ std::string roster(const TeamworkResponse& response) {
   return out;
 }
 
-std::string with_closing_line(std::string body, const std::string& closing) {
+std::string with_closing_line(const std::string& body, const std::string& closing) {
   if (body.empty() || closing.empty()) return body + closing;
   return body + "\n\n" + closing;
 }

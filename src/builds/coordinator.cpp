@@ -70,7 +70,7 @@ class Coordinator {
   // What an outcome leads to: the build's exit status, or nothing when it has to ask again.
   std::optional<int> act(Queueing& queueing, Wait& wait);
   std::optional<int> act(Queueing& queueing, Hold& hold);
-  std::optional<int> act(Queueing& queueing, Follow& follow);
+  std::optional<int> act(Queueing& queueing, Follow& leading);
   std::optional<int> act(Queueing& queueing, Start& start);
   void explain(const std::string& why) const;
   void sleep(const Queueing& queueing);

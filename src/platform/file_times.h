@@ -11,6 +11,7 @@ struct FileTime {
   std::int64_t seconds = 0;  // since 1970
   std::int64_t nanoseconds = 0;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): it means the zero in code that nobody wrote.
   auto operator<=>(const FileTime&) const = default;
 };
 

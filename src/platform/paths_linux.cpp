@@ -46,8 +46,8 @@ std::string application_support_directory() {
   const char* data = std::getenv("XDG_DATA_HOME");
   if (data != nullptr && *data == '/') return without_final_slashes(data);
   const std::string home = home_directory();
-  const std::string local = home + "/.local/share";
-  const std::string library = home + "/Library/Application Support";
+  std::string local = home + "/.local/share";
+  std::string library = home + "/Library/Application Support";
   if (holds_an_instance(local)) return local;
   if (holds_an_instance(library)) return library;
   return files::is_directory(local) ? local : library;

@@ -54,6 +54,7 @@ pid_t spawn_tied(const process::Launch& launch) {
   const pid_t parent = ::getpid();
   volatile int error = 0;
   const pid_t child = ::vfork();
+  // NOLINTNEXTLINE(clang-analyzer-unix.Vfork): become() calls only what a signal's handler may.
   if (child == 0) become(launch, launch.mask != nullptr ? *launch.mask : before, parent, error);
   if (child < 0) error = errno;
   ::sigprocmask(SIG_SETMASK, &before, nullptr);
