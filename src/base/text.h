@@ -113,7 +113,8 @@ template <class List>
 }
 
 // There, and not empty.
-[[nodiscard]] inline bool given(const std::optional<std::string>& text) {
+template <class Text>
+[[nodiscard]] bool given(const std::optional<Text>& text) {
   return text && !text->empty();
 }
 
