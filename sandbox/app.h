@@ -45,9 +45,9 @@ struct App {
 inline constexpr const char* kWrongToken = "That is not the token of this app.";
 
 // The two bridges to the app. A reply is absent while a poll is held.
-[[nodiscard]] std::optional<std::string> answer_board(App& app, const std::string& request,
+[[nodiscard]] std::optional<std::string> answer_board(App& app, const std::string& text,
                                                       Clock::time_point received);
-[[nodiscard]] std::optional<std::string> answer_notes(App& app, const std::string& request,
+[[nodiscard]] std::optional<std::string> answer_notes(App& app, const std::string& text,
                                                       Clock::time_point received);
 
 }  // namespace qv::sandbox

@@ -34,7 +34,7 @@ echo "    Finished $*"
 std::string find_program(std::string_view name) {
   const char* path = std::getenv("PATH");
   for (const std::string_view directory : text::split(path == nullptr ? "" : path, ':')) {
-    const std::string program = std::string(directory) + "/" + std::string(name);
+    std::string program = std::string(directory) + "/" + std::string(name);
     if (directory.starts_with('/') && files::is_executable(program)) return program;
   }
   return "";
