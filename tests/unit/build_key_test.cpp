@@ -3,6 +3,7 @@
 #include "builds/key.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -133,6 +134,18 @@ TEST_F(FolderState, BelievesNoFailureAndNoEndlessOutput) {
     process::Command command{{"/bin/sh", "-c", script}, "", ""};
     EXPECT_EQ(process::run_all({&command, 1}, variables, 60), believed) << script;
   }
+}
+
+TEST_F(FolderState, KillsWhatTakesTooLongWithAllThatItStarted) {
+  std::vector<std::string> variables = as_strings(environment_);
+  int ends[2];  // what runs holds the second one open
+  ASSERT_EQ(::pipe(ends), 0);
+  process::Command command{{"/bin/sh", "-c", "sleep 600 & wait"}, "", ""};
+  EXPECT_FALSE(process::run_all({&command, 1}, variables, 1));
+  ::close(ends[1]);
+  pollfd first{ends[0], POLLIN, 0};
+  EXPECT_EQ(::poll(&first, 1, 60'000), 1) << "something runs still";
+  ::close(ends[0]);
 }
 
 TEST(BuildKey, HashesWhatMattersAndNothingElse) {
