@@ -1,6 +1,5 @@
 #include "base/files.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +10,6 @@
 #include <ctime>
 #include <utility>
 
-#include "base/descriptor.h"
 #include "base/io.h"
 #include "base/signal_disposition.h"
 
@@ -32,7 +30,8 @@ std::optional<struct stat> status_of(const std::string& path) {
 
 Descriptor open_to_read(const std::string& path) {
   for (;;) {
-    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    // Not open(2), behind which a C library may ask for the flag once more.
+    Descriptor file(::openat(AT_FDCWD, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (file.valid() || errno != EINTR) return file;
   }
 }
@@ -79,6 +78,16 @@ std::optional<std::string> read(const std::string& path) {
   return io::read_to_end(file.get(), static_cast<std::size_t>(kLargestFile));
 }
 
+std::optional<std::string_view> read_at_once(const std::string& path, std::span<char> buffer) {
+  const Descriptor file = open_to_read(path);
+  while (file.valid()) {
+    const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
+    if (count >= 0) return std::string_view(buffer.data(), static_cast<std::size_t>(count));
+    if (errno != EINTR) break;
+  }
+  return std::nullopt;
+}
+
 bool replace(const std::string& path, std::string_view bytes) {
   return replace_through_new(path, bytes, false);
 }
@@ -101,9 +110,12 @@ void remove_leftovers(const std::string& directory) {
 
 bool replace_through(const std::string& temporary, const std::string& path,
                      std::string_view bytes) {
-  ::unlink(temporary.c_str());
-  Descriptor file(
-      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  const auto create = [&] {
+    constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    return Descriptor(::openat(AT_FDCWD, temporary.c_str(), kNew, 0600));
+  };
+  Descriptor file = create();
+  if (!file.valid() && errno == EEXIST && ::unlink(temporary.c_str()) == 0) file = create();
   return file.valid() && finish(std::move(file), temporary, path, bytes, false);
 }
 
@@ -116,28 +128,25 @@ bool make_private_directories(const std::string& path) {
   return make_private_directory(path);
 }
 
-std::optional<std::vector<std::string>> names_in(int directory) {
-  const int fd = ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  DIR* listing = fd < 0 ? nullptr : ::fdopendir(fd);
-  if (listing == nullptr) {
-    if (fd >= 0) ::close(fd);
-    return std::nullopt;
-  }
+Directory::Directory(Descriptor folder)
+    : entries_(folder.valid() ? ::fdopendir(folder.get()) : nullptr) {
+  if (valid()) (void)folder.release();
+}
+
+std::optional<std::vector<std::string>> Directory::names() const {
   std::vector<std::string> names;
   const dirent* entry = nullptr;
-  while (errno = 0, (entry = ::readdir(listing)) != nullptr) {
+  ::rewinddir(entries_.get());
+  while (errno = 0, (entry = ::readdir(entries_.get())) != nullptr) {
     const std::string_view name = entry->d_name;
     if (name != "." && name != "..") names.emplace_back(name);
   }
-  const bool whole = errno == 0;
-  ::closedir(listing);
-  return whole ? std::optional(std::move(names)) : std::nullopt;
+  return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
 }
 
 std::vector<std::string> names_in(const std::string& directory) {
-  const Descriptor folder(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!folder.valid()) return {};
-  return names_in(folder.get()).value_or(std::vector<std::string>());
+  const Directory folder(Descriptor(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+  return (folder.valid() ? folder.names() : std::nullopt).value_or(std::vector<std::string>());
 }
 
 bool exists(const std::string& path) { return status_of(path).has_value(); }

@@ -1,9 +1,15 @@
 #pragma once
 
+#include <dirent.h>
+
+#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "base/descriptor.h"
 
 // Small private files, read whole and written whole.
 namespace qv::files {
@@ -12,6 +18,11 @@ namespace qv::files {
 // EINVAL when it is of another kind, EFBIG when it is larger than 64 MiB, else what the system
 // says. Never blocks on a pipe somebody put there.
 [[nodiscard]] std::optional<std::string> read(const std::string& path);
+
+// What one reading gives of a file that the system makes up, which is all there is to it unless
+// it is longer than `buffer`. Absent with errno set when it cannot be read.
+[[nodiscard]] std::optional<std::string_view> read_at_once(const std::string& path,
+                                                           std::span<char> buffer);
 
 // Writes `bytes` to a new file of mode 0600 beside `path` and renames it over `path`, so
 // that a reader sees the old content or the new. False with errno set and nothing changed.
@@ -31,9 +42,27 @@ void remove_leftovers(const std::string& directory);
 // is not there afterwards.
 bool make_private_directories(const std::string& path);
 
-// The names of an open directory's entries but "." and "..", in its own order; absent with
-// errno set when it cannot be listed. And those of the directory at a path; none then.
-[[nodiscard]] std::optional<std::vector<std::string>> names_in(int directory);
+// An open directory.
+class Directory {
+ public:
+  // Not valid, with errno set, when the descriptor is not, or is of another kind.
+  explicit Directory(Descriptor folder);
+
+  [[nodiscard]] bool valid() const { return entries_ != nullptr; }
+  [[nodiscard]] int get() const { return ::dirfd(entries_.get()); }
+
+  // The names of its entries as they are now, but "." and "..", in its own order; absent with
+  // errno set when it cannot be listed.
+  [[nodiscard]] std::optional<std::vector<std::string>> names() const;
+
+ private:
+  struct Close {
+    void operator()(DIR* entries) const { ::closedir(entries); }
+  };
+  std::unique_ptr<DIR, Close> entries_;
+};
+
+// Those of the directory at a path; none when it cannot be listed.
 [[nodiscard]] std::vector<std::string> names_in(const std::string& directory);
 
 [[nodiscard]] bool exists(const std::string& path);

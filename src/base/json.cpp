@@ -23,6 +23,9 @@ namespace qv::json {
 
 namespace bj = boost::json;
 
+// What a node can tell of a size.
+constexpr std::uint32_t kLargest = (1U << 29U) - 1;
+
 // Receives the parser's events. False with an error ends the reading.
 class Builder {
  public:
@@ -33,11 +36,14 @@ class Builder {
   using Error = boost::system::error_code;
   using Part = bj::string_view;
 
-  explicit Builder(std::span<char> source) : source_(source) {
+  // `expected`: the bytes that the text may come to have.
+  Builder(std::span<char> source, std::size_t expected) : source_(source) {
     constexpr std::size_t kBytesPerNode = 12;  // of text, in replies of the usual make
-    make_room(source.size() / kBytesPerNode + 4);
+    make_room(expected / kBytesPerNode + 4);
+    document_.source_ = source.data();
   }
 
+  void arrived(std::span<char> source) { source_ = source; }
   Document take() { return std::move(document_); }
 
   bool on_document_begin(Error&) { return true; }
@@ -50,41 +56,44 @@ class Builder {
   bool on_key(Part part, std::size_t, Error&) { return end_text(part); }
   bool on_string_part(Part part, std::size_t, Error&) { return add_part(part); }
   bool on_string(Part part, std::size_t, Error&) { return end_text(part); }
-  bool on_number_part(Part, Error&) { return true; }
-  bool on_int64(std::int64_t number, Part part, Error&) {
-    if (number == 0 && part.starts_with('-')) return add_real(-0.0);
-    Node& node = add(Kind::integer);
-    node.integer = number;
+  bool on_number_part(Part part, Error&) {
+    number_ += part;
     return true;
   }
-  bool on_uint64(std::uint64_t number, Part, Error&) {
-    Node& node = add(Kind::unsigned_integer);
-    node.unsigned_integer = number;
-    return true;
+  bool on_int64(std::int64_t number, Part part, Error&) {
+    const bool minus_zero = number == 0 && whole_number(part).starts_with('-');
+    return minus_zero ? add_number(Kind::real, -0.0) : add_number(Kind::integer, number);
+  }
+  bool on_uint64(std::uint64_t number, Part part, Error&) {
+    static_cast<void>(whole_number(part));
+    return add_number(Kind::unsigned_integer, number);
   }
   bool on_double(double, Part part, Error& failure) {
-    const double number = std::strtod(std::string(part).c_str(), nullptr);
-    if (std::isfinite(number)) return add_real(number);
+    const double number = std::strtod(whole_number(part).c_str(), nullptr);
+    if (std::isfinite(number)) return add_number(Kind::real, number);
     failure = bj::error::exponent_overflow;
     return false;
   }
-  bool on_bool(bool flag, Error&) {
-    add(Kind::boolean).boolean = flag;
-    return true;
-  }
-  bool on_null(Error&) {
-    add(Kind::null);
-    return true;
-  }
+  bool on_bool(bool flag, Error&) { return add(Kind::boolean, flag); }
+  bool on_null(Error&) { return add(Kind::null); }
   bool on_comment_part(Part, Error&) { return true; }
   bool on_comment(Part, Error&) { return true; }
 
  private:
-  Node& add(Kind kind) {
+  bool add(Kind kind, std::size_t size = 0, std::size_t at = 0) {
+    return add(
+        Node{kind, static_cast<std::uint32_t>(size) & kLargest, static_cast<std::uint32_t>(at)});
+  }
+
+  template <class Number>
+  bool add_number(Kind kind, Number number) {
+    return add(kind, 0, 2) && add(std::bit_cast<Node>(number));
+  }
+
+  bool add(Node node) {
     if (size_ == capacity_) make_room(capacity_ * 2);
-    Node& node = *new (document_.nodes_.get() + size_++) Node;
-    node.kind = kind;
-    return node;
+    new (document_.nodes_.get() + size_++) Node(node);
+    return true;
   }
 
   // The nodes of a large document are larger than its text. The system moves them page by page,
@@ -98,24 +107,24 @@ class Builder {
     large_memory::prepare(larger, capacity * sizeof(Node));
   }
 
-  bool add_real(double number) {
-    add(Kind::real).real = number;
-    return true;
-  }
-
   bool open(Kind kind) {
     open_.push_back(size_);
-    add(kind);
-    return true;
+    return add(kind);
   }
 
   bool close(std::size_t count) {
     const std::size_t index = open_.back();
     open_.pop_back();
     Node& node = document_.nodes_[index];
-    node.size = static_cast<std::uint32_t>(count);
-    node.span = size_ - index;
+    node.size = static_cast<std::uint32_t>(count) & kLargest;
+    node.at = static_cast<std::uint32_t>(size_ - index);
     return true;
+  }
+
+  // Of one that arrived in parts, the last one was given.
+  std::string whole_number(Part last) {
+    std::string whole = std::exchange(number_, {});
+    return whole.append(last);
   }
 
   // A text starts where it stands in the source or, beginning with an escape, behind the text
@@ -135,11 +144,9 @@ class Builder {
 
   bool end_text(Part part) {
     add_part(part);
-    Node& node = add(Kind::text);
-    node.text = text_;
-    node.size = static_cast<std::uint32_t>(text_end_ - text_);
-    text_ = text_end_;
-    return true;
+    const char* const begin = std::exchange(text_, text_end_);
+    return add(Kind::text, static_cast<std::size_t>(text_end_ - begin),
+               static_cast<std::size_t>(begin - source_.data()));
   }
 
   std::span<char> source_;
@@ -147,19 +154,62 @@ class Builder {
   std::size_t size_ = 0;  // of the nodes
   std::size_t capacity_ = 0;
   std::vector<std::size_t> open_;  // arrays and objects not yet closed
+  std::string number_;             // the parts of the one under way
   char* text_ = source_.data();    // the text under way, where it is put together
   char* text_end_ = text_;
 };
 
-std::optional<Document> parse_in_place(std::span<char> text) {
+namespace {
+
+bj::parse_options our_options() {
   constexpr std::size_t kDeepest = 512;
   bj::parse_options options;
   options.max_depth = kDeepest;
-  bj::basic_parser<Builder> parser(options, text);
-  boost::system::error_code failure;
-  const std::size_t used = parser.write_some(false, text.data(), text.size(), failure);
-  if (failure || used != text.size()) return std::nullopt;
-  return parser.handler().take();
+  return options;
+}
+
+}  // namespace
+
+// How far the reading of one text has come.
+class Parsing {
+ public:
+  Parsing(std::span<char> text, std::size_t expected) : parser_(our_options(), text, expected) {}
+
+  void read(std::span<char> text, bool more) {
+    const std::span<char> rest = text.subspan(used_);
+    if (failed_ || (rest.empty() && (more || parser_.done()))) return;
+    parser_.handler().arrived(text);
+    boost::system::error_code failure;
+    used_ += parser_.write_some(more, rest.data(), rest.size(), failure);
+    failed_ = failure || used_ != text.size() || text.size() > kLargest;
+  }
+
+  std::optional<Document> finish(std::span<char> text) {
+    read(text, false);
+    return failed_ ? std::nullopt : std::optional(parser_.handler().take());
+  }
+
+ private:
+  bj::basic_parser<Builder> parser_;
+  std::size_t used_ = 0;
+  bool failed_ = false;
+};
+
+Reader::Reader() = default;
+Reader::~Reader() = default;
+
+void Reader::read(std::span<char> so_far) {
+  constexpr std::size_t kLongestReply = 16U * 1024 * 1024;  // of the memory, what is used counts
+  if (!parsing_) parsing_ = std::make_unique<Parsing>(so_far, kLongestReply);
+  parsing_->read(so_far, true);
+}
+
+std::optional<Document> Reader::finish(std::span<char> text) {
+  return parsing_ ? parsing_->finish(text) : parse_in_place(text);
+}
+
+std::optional<Document> parse_in_place(std::span<char> text) {
+  return Parsing(text, text.size()).finish(text);
 }
 
 std::optional<Document> parse(std::string_view text) {
@@ -171,11 +221,13 @@ std::optional<Document> parse(std::string_view text) {
 }
 
 Value::Range<Value> Value::elements() const {
-  return is(Kind::array) ? Range<Value>(node_ + 1, node_->next()) : Range<Value>(node_, node_);
+  if (!is(Kind::array)) return {};
+  return {node_ + 1, node_->next(), source_};
 }
 
 Value::Range<Value::Member> Value::members() const {
-  return is(Kind::object) ? Range<Member>(node_ + 1, node_->next()) : Range<Member>(node_, node_);
+  if (!is(Kind::object)) return {};
+  return {node_ + 1, node_->next(), source_};
 }
 
 std::optional<Value> Value::member(std::string_view key) const {

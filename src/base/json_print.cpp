@@ -1,7 +1,7 @@
 // Printing. Keys are sorted, numbers stand in their shortest form and text with as few
 // escapes as JSON allows, so that two equal documents print alike. A large document is
-// millions of short pieces, so they are put together in a small buffer first: to grow a string,
-// or to call for a copy, costs more than such a piece.
+// millions of short pieces, so they are put together in a buffer first: to grow a string, or to
+// call for a copy, costs more than such a piece.
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "base/json.h"
-#include "base/large_memory.h"
 
 namespace qv::json {
 
@@ -94,11 +93,6 @@ class Pieces {
  public:
   explicit Pieces(const Take* take) : take_(take) {}
 
-  void expect(std::size_t size) {
-    text_.reserve(size);
-    large_memory::prepare(text_.data(), text_.capacity());
-  }
-
   Pieces& operator+=(char byte) {
     if (used_ == sizeof buffer_) flush();
     buffer_[used_++] = byte;
@@ -158,23 +152,12 @@ class Printer {
  public:
   Printer(Value value, bool multiline, const std::optional<AddedMember>& added, const Take* take)
       : out_(take), multiline_(multiline), added_(added) {
-    if (take == nullptr) out_.expect(estimated_size(value));
     append(value, 0);
   }
 
   std::string rest() { return out_.rest(); }
 
  private:
-  // Near enough that the text is seldom moved while it grows.
-  static std::size_t estimated_size(Value value) {
-    constexpr std::size_t kBesideItsText = 16;
-    std::size_t size = 0;
-    value.for_each_node([&](const Node& node) {
-      size += kBesideItsText + (node.kind == Kind::text ? node.size : 0);
-    });
-    return size;
-  }
-
   static constexpr std::size_t kAddedOrder = static_cast<std::size_t>(-1);
 
   struct Row {

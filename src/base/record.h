@@ -68,12 +68,14 @@ concept Record = requires {
   Schema<T>::fields;
 };
 template <class T>
+concept Text = std::same_as<T, std::string> || std::same_as<T, std::string_view>;
+template <class T>
 concept Enumeration = std::is_enum_v<T> && requires {
   Words<T>::words;
 };
 
 // False when the value is no T. What was decoded is valid as long as the document, if it has a
-// record::List somewhere; otherwise for good.
+// record::List or a view somewhere; otherwise for good.
 template <class T>
 [[nodiscard]] bool decode(json::Value value, T& out);
 // Whether it could be decoded.
@@ -180,22 +182,41 @@ inline constexpr auto slots = []<std::size_t... I>(std::index_sequence<I...>) {
 }
 (std::make_index_sequence<std::tuple_size_v<decltype(Schema<T>::fields)>>{});
 
-// Senders write keys in table order, so the search starts behind the last key found.
+// The fields by the lengths of their keys, of which few are equal: those of length n stand from
+// `first[n]` up to `first[n + 1]`.
+template <class T>
+inline constexpr auto by_key_length = [] {
+  constexpr std::size_t kLongest = std::ranges::max(slots<T>, {}, [](const Slot<T>& slot) {
+                                     return slot.key.size();
+                                   }).key.size();
+  struct {
+    std::array<std::uint8_t, kLongest + 2> first{};
+    std::array<std::uint8_t, slots<T>.size()> fields{};
+  } all;
+  std::uint8_t placed = 0;
+  for (std::size_t length = 0; length <= kLongest; ++length) {
+    for (std::size_t i = 0; i < slots<T>.size(); ++i) {
+      if (slots<T>[i].key.size() == length) all.fields[placed++] = static_cast<std::uint8_t>(i);
+    }
+    all.first[length + 1] = placed;
+  }
+  return all;
+}();
+
 template <class T>
 bool read_record(json::Value value, T* out) {
   constexpr auto& table = slots<T>;
+  constexpr auto& lengths = by_key_length<T>;
   static_assert(table.size() <= 64);
   if (!value.is(json::Kind::object)) return false;
   std::uint64_t seen = 0;
-  std::size_t next = 0;
-  for (const auto& member : value.members()) {
-    for (std::size_t tried = 0; tried < table.size(); ++tried) {
-      const std::size_t i =
-          next + tried < table.size() ? next + tried : next + tried - table.size();
-      if (!text::same_word(table[i].key, member.key)) continue;
-      if (!table[i].read(member.value, out)) return false;
+  for (const auto& [key, member] : value.members()) {
+    if (key.size() + 1 >= lengths.first.size()) continue;
+    for (std::size_t at = lengths.first[key.size()]; at < lengths.first[key.size() + 1]; ++at) {
+      const std::size_t i = lengths.fields[at];
+      if (!text::same_word(table[i].key, key)) continue;
+      if (!table[i].read(member, out)) return false;
       seen |= std::uint64_t{1} << i;
-      next = i + 1;
       break;
     }
   }
@@ -243,7 +264,7 @@ inline constexpr std::size_t required_count = static_cast<std::size_t>(
 // What cannot be a T is refused before there is memory for a whole list of them.
 template <class T>
 bool may_be(json::Value value) {
-  if constexpr (std::same_as<T, std::string>) {
+  if constexpr (Text<T>) {
     return value.is(json::Kind::text);
   } else {
     return value.is(json::Kind::object) && value.size() >= required_count<T>;
@@ -277,7 +298,7 @@ bool read_word(json::Value value, T* out) {
 
 template <class T>
 bool read(json::Value value, T* out) {
-  if constexpr (std::same_as<T, std::string>) {
+  if constexpr (Text<T>) {
     if (!value.is(json::Kind::text)) return false;
     if (out != nullptr) *out = value.text();
     return true;

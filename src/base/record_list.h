@@ -29,10 +29,10 @@ class List {
   [[nodiscard]] bool empty() const { return size() == 0; }
 
   // Visits the records in their order. Each lasts until the visit is over. Who needs little of
-  // them names the base of T that has it, which is all that is decoded then.
+  // them names the record that has it, into which a T turns, which is all that is decoded then.
   template <class Part = T, class Visit>
   void for_each(Visit visit) const {
-    for (const Part& record : records_) visit(record);
+    for (const T& record : records_) visit(record);
     Part record;  // one for all, whose texts keep their memory
     for (const json::Value element : elements()) {
       if (decode(element, record)) visit(std::as_const(record));
@@ -61,7 +61,7 @@ class List {
 
  private:
   [[nodiscard]] json::Value::Range<json::Value> elements() const {
-    return array_ ? array_->elements() : json::Value::Range<json::Value>(nullptr, nullptr);
+    return array_ ? array_->elements() : json::Value::Range<json::Value>();
   }
 
   std::vector<T> records_;

@@ -242,12 +242,31 @@ std::string_view trimmed(std::string_view text) {
 
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> pieces;
+  pieces.reserve(static_cast<std::size_t>(std::ranges::count(text, separator)) + 1);
   for (;;) {
     const std::size_t end = text.find(separator);
     pieces.push_back(text.substr(0, end));
     if (end == std::string_view::npos) return pieces;
     text.remove_prefix(end + 1);
   }
+}
+
+std::optional<std::string_view> piece(std::string_view text, char separator, std::size_t index) {
+  for (; index > 0; --index) {
+    const std::size_t end = text.find(separator);
+    if (end == std::string_view::npos) return std::nullopt;
+    text.remove_prefix(end + 1);
+  }
+  return text.substr(0, text.find(separator));
+}
+
+std::optional<std::string_view> line_after(std::string_view text, std::string_view name) {
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    if (line.starts_with(name)) return line.substr(name.size());
+    text.remove_prefix(std::min(text.size(), line.size() + 1));
+  }
+  return std::nullopt;
 }
 
 std::string lowered(std::string_view text) { return mapped(text, utf8proc_tolower); }

@@ -68,6 +68,14 @@ class Characters {
 // Pieces between separators, empty ones included; an empty text is one empty piece.
 [[nodiscard]] std::vector<std::string_view> split(std::string_view text, char separator);
 
+// One of those pieces, counted from 0; absent when there are fewer.
+[[nodiscard]] std::optional<std::string_view> piece(std::string_view text, char separator,
+                                                    std::size_t index);
+
+// The rest of the first line that starts with `name`.
+[[nodiscard]] std::optional<std::string_view> line_after(std::string_view text,
+                                                         std::string_view name);
+
 [[nodiscard]] std::string lowered(std::string_view text);
 [[nodiscard]] std::string uppered(std::string_view text);
 [[nodiscard]] bool equal_ignoring_case(std::string_view a, std::string_view b);
@@ -113,7 +121,8 @@ template <class List>
 }
 
 // There, and not empty.
-[[nodiscard]] inline bool given(const std::optional<std::string>& text) {
+template <class Text>
+[[nodiscard]] bool given(const std::optional<Text>& text) {
   return text && !text->empty();
 }
 

@@ -4,6 +4,7 @@
 #include "board/driver.h"
 
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "base/trace.h"
@@ -93,12 +94,14 @@ ExitCode run(const Verb& verb, const ArgBox& flags, bool wantsJSON, CLIRuntime& 
   }
   const std::string warning = TeamworkRequestBuilder::warning(flags);
   if (!warning.empty()) runtime.err(warning);
-  auto bytes = bridge::ask(env.board, env.sessionID, std::get<TeamworkRequest>(outcome));
+  json::Reader reader;
+  auto bytes = bridge::ask(env.board, env.sessionID, std::get<TeamworkRequest>(outcome), {},
+                           [&](std::span<char> so_far) { reader.read(so_far); });
   if (!bytes) {
     runtime.err(complaints::not_answering("board", env.board.socket, bytes));
     return ExitCode::unavailable;
   }
-  const auto reply = json::parse_in_place(bytes.text());
+  const auto reply = reader.finish(bytes.text());
   TeamworkResponse response;
   const bool readable = reply && record::decode(*reply, response);
   trace::step(readable ? record::word(response.kind) : "nothing readable", " in the reply");

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/record.h"
@@ -82,17 +83,34 @@ struct record::Schema<TeamworkTaskWatcher> {
 };
 
 // What a list of tickets is made of: the few members that its rows and their order need.
-struct TaskRow {
-  std::string id;
-  std::string title;
-  std::string state;
-  std::optional<std::string> ownerFingerprint;
+template <class Text>
+struct TaskRowOf {
+  TaskRowOf() = default;
+  template <class OtherText>
+  TaskRowOf(const TaskRowOf<OtherText>& other)  // NOLINT: the same, read elsewhere
+      : id(other.id),
+        title(other.title),
+        state(other.state),
+        ownerFingerprint(other.ownerFingerprint),
+        blocked(other.blocked),
+        routedToFingerprint(other.routedToFingerprint),
+        routedToLive(other.routedToLive),
+        waitsOn(other.waitsOn.begin(), other.waitsOn.end()),
+        ready(other.ready) {}
+
+  Text id;
+  Text title;
+  Text state;
+  std::optional<Text> ownerFingerprint;
   bool blocked = false;
-  std::optional<std::string> routedToFingerprint;
+  std::optional<Text> routedToFingerprint;
   bool routedToLive = false;
-  std::vector<std::string> waitsOn;
+  std::vector<Text> waitsOn;
   bool ready = false;
 };
+
+// Of a list that was read, or is looked through: its texts are those of the list.
+using TaskRow = TaskRowOf<std::string_view>;
 
 template <>
 struct record::Schema<TaskRow> {
@@ -110,7 +128,7 @@ struct record::Schema<TaskRow> {
 };
 
 // One ticket.
-struct TeamworkTask : TaskRow {
+struct TeamworkTask : TaskRowOf<std::string> {
   std::string body;
   std::optional<std::int64_t> claimLeaseSecondsRemaining;
   std::vector<std::string> log;

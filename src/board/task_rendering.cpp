@@ -110,7 +110,11 @@ void append_task_row(std::string& out, const TaskRow& task) {
 
 std::string task_list(const TaskList& tasks, std::string_view reader, bool include_all) {
   const RowsOfBuckets all = grouped_rows(tasks, reader, include_all);
+  constexpr std::size_t kRoomForTheRest = 4096;  // headings, and what the reply says besides
+  std::size_t room = kRoomForTheRest;
+  for (const Rows& rows : all) room += rows.text.size();
   std::string out;
+  out.reserve(room);
   const auto begin_section = [&out]() -> std::string& { return out.empty() ? out : out += "\n\n"; };
   for (std::size_t i = 0; i < kTaskBuckets; ++i) {
     if (all[i].text.empty()) continue;
@@ -123,7 +127,8 @@ std::string task_list(const TaskList& tasks, std::string_view reader, bool inclu
     begin_section() +=
         "You have no seat here, so nothing shows as yours. Run `qv board register` first.";
   }
-  return out.empty() ? std::string(kEmptyBacklog) : out;
+  if (out.empty()) out = kEmptyBacklog;
+  return out;
 }
 
 std::string task_detail(const TeamworkTask& task) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -45,9 +46,10 @@ std::string enveloped(const Endpoint& endpoint, const std::string& sessionID, Re
 template <record::Record Request>
 [[nodiscard]] BridgeTransport::Reply ask(const Endpoint& endpoint, const std::string& sessionID,
                                          Request request,
-                                         const BridgeTransport::Options& options = {}) {
+                                         const BridgeTransport::Options& options = {},
+                                         const std::function<void(std::span<char>)>& look = {}) {
   return BridgeTransport::exchange(detail::enveloped(endpoint, sessionID, request), endpoint.socket,
-                                   options);
+                                   options, look);
 }
 
 // The same for a reply that need not be held, as `BridgeTransport::stream` does.

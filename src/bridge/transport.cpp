@@ -152,7 +152,8 @@ std::unique_ptr<char[]> moved(const char* bytes, std::size_t size, std::size_t c
 
 // Most replies are short, and need no more memory than they take. For a long one the buffer is
 // made large enough for any, of which the system hands out only what is really written.
-Reply receive(const Descriptor& connection, const Patience& patience, const Options& options) {
+Reply receive(const Descriptor& connection, const Patience& patience, const Options& options,
+              const std::function<void(std::span<char>)>& look) {
   constexpr std::size_t kUsualSize = 64 * 1024;
   constexpr std::size_t kLongSize = 1024 * 1024;
   const auto limit = static_cast<std::size_t>(options.maxResponseBytes);
@@ -182,7 +183,10 @@ Reply receive(const Descriptor& connection, const Patience& patience, const Opti
     if (reply.size > limit) return no_reply(EMSGSIZE);
     if (count == 0 && reply.size == 0) return no_reply(ECONNRESET);
     reply.answered = count == 0 || end != std::string_view::npos;
-    if (!reply.answered) continue;
+    if (!reply.answered) {
+      if (look && reply.bytes && capacity > limit) look(reply.text());
+      continue;
+    }
     if (bytes == short_reply) reply.bytes = moved(bytes, reply.size, reply.size);
     return reply;
   }
@@ -237,11 +241,12 @@ Descriptor asked(std::string_view request, const std::string& socket_path, const
 
 }  // namespace
 
-Reply exchange(std::string_view request, const std::string& socket_path, const Options& options) {
+Reply exchange(std::string_view request, const std::string& socket_path, const Options& options,
+               const std::function<void(std::span<char>)>& look) {
   const Patience patience(options);
   Reply reply;
   const Descriptor connection = asked(request, socket_path, patience, options, reply);
-  if (connection.valid()) reply = receive(connection, patience, options);
+  if (connection.valid()) reply = receive(connection, patience, options, look);
   trace_end(reply, reply.size);
   return reply;
 }

@@ -51,11 +51,14 @@ struct Reply : Outcome {
 
 // Sends `request` (one JSON document without its terminator) to the bridge at
 // `socket_path` and gives its reply up to the terminator. Never prints, never raises SIGPIPE.
+// `look`, when given, sees a long reply while it arrives: all of it that is there, which stays
+// where it is. Where no whole reply comes, what was seen is void.
 [[nodiscard]] Reply exchange(std::string_view request, const std::string& socket_path,
-                             const Options& options = {});
+                             const Options& options = {},
+                             const std::function<void(std::span<char> so_far)>& look = {});
 
 // The same exchange for a reply that need not be held: each piece is given away as it
-// arrives. Where there is no reply, what was given away is void.
+// arrives. Where no whole reply comes, what was given away is void.
 [[nodiscard]] Outcome stream(std::string_view request, const std::string& socket_path,
                              const std::function<void(std::string_view piece)>& take,
                              const Options& options = {});

@@ -16,7 +16,6 @@
 #include <utility>
 
 #include "base/descriptor.h"
-#include "base/files.h"
 #include "base/io.h"
 #include "base/text.h"
 #include "platform/awake.h"
@@ -81,7 +80,7 @@ std::vector<LeaseFiles::Found> LeaseFiles::read(LiveProcesses& processes, double
 
 std::vector<std::string> LeaseFiles::names() const {
   std::vector<std::string> names;
-  if (auto all = files::names_in(directory_)) {
+  if (auto all = directory_->names()) {
     for (std::string& name : *all) {
       if (name.ends_with(kLeaseEnding)) names.push_back(std::move(name));
     }
@@ -121,7 +120,7 @@ LeaseFiles::Known& LeaseFiles::find_out(const std::string& name, LiveProcesses& 
 
 std::optional<FileState> LeaseFiles::state_of(const std::string& name) const {
   struct stat status {};
-  if (::fstatat(directory_, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+  if (::fstatat(directory_->get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
     return std::nullopt;
   }
   errno = 0;
@@ -133,7 +132,7 @@ std::optional<FileState> LeaseFiles::state_of(const std::string& name) const {
 // Absent for a file that is no lease, and with errno set when it is not to be had at all.
 std::optional<BuildLease> LeaseFiles::read_lease(const std::string& name) const {
   const Descriptor file(
-      ::openat(directory_, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+      ::openat(directory_->get(), name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   if (!file.valid()) return std::nullopt;
   const auto bytes = io::read_to_end(file.get(), kLargestLease);
   if (!bytes) return std::nullopt;

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/files.h"
 #include "builds/lease.h"
 #include "builds/live_processes.h"
 #include "platform/file_times.h"
@@ -42,8 +43,8 @@ class LeaseFiles {
     double age = 0;                   // at least so many waking seconds
   };
 
-  // `directory` is open and stays so.
-  explicit LeaseFiles(int directory) : directory_(directory) {}
+  // `directory` is valid and outlives this object.
+  explicit LeaseFiles(const files::Directory& directory) : directory_(&directory) {}
 
   // Learns what the next reading would have to find out.
   void look_ahead(LiveProcesses& processes, double now);
@@ -70,7 +71,7 @@ class LeaseFiles {
   Known& find_out(const std::string& name, LiveProcesses& processes, double now);
   [[nodiscard]] std::optional<BuildLease> read_lease(const std::string& name) const;
 
-  int directory_;
+  const files::Directory* directory_;
   std::map<std::string, Known> known_;
 };
 

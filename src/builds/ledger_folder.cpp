@@ -16,7 +16,6 @@
 #include <thread>
 #include <utility>
 
-#include "base/files.h"
 #include "base/text.h"
 #include "builds/signals.h"
 #include "platform/boot.h"
@@ -35,15 +34,6 @@ constexpr double kLongestInAll = 60;
 constexpr std::chrono::milliseconds kFirstLockPause{1};
 constexpr std::chrono::milliseconds kLongestLockPause{50};
 constexpr double kSecondsOfADay = 86400;
-
-// False when the file system refuses to lock at all. A lock that somebody holds is fine.
-bool can_be_locked(int fd) {
-  while (::flock(fd, LOCK_SH | LOCK_NB) != 0) {
-    if (errno != EINTR) return errno == EWOULDBLOCK;
-  }
-  ::flock(fd, LOCK_UN);
-  return true;
-}
 
 }  // namespace
 
@@ -84,17 +74,21 @@ std::shared_ptr<LedgerFolder> LedgerFolder::open(const std::string& directory) {
 }
 
 std::optional<LedgerFolder::Files> LedgerFolder::open_files(const std::string& directory) {
-  if (!files::make_private_directories(directory + "/logs")) return std::nullopt;
+  auto files = open_those_there(directory);
+  if (files || !files::make_private_directories(directory + "/logs")) return files;
+  return open_those_there(directory);
+}
+
+std::optional<LedgerFolder::Files> LedgerFolder::open_those_there(const std::string& directory) {
   constexpr int kFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-  Files files;
-  files.directory = Descriptor(::open(directory.c_str(), kFolder));
-  if (!files.directory.valid() || !is_private_to_us(files.directory.get())) return std::nullopt;
-  files.logs = Descriptor(::openat(files.directory.get(), "logs", kFolder | O_NOFOLLOW));
-  if (!files.logs.valid() || !is_private_to_us(files.logs.get())) return std::nullopt;
-  files.lock = Descriptor(::openat(files.directory.get(), "lock",
-                                   O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
-  if (!files.lock.valid() || !can_be_locked(files.lock.get())) return std::nullopt;
-  return files;
+  files::Directory top(Descriptor(::openat(AT_FDCWD, directory.c_str(), kFolder)));
+  if (!top.valid() || !is_private_to_us(top.get())) return std::nullopt;
+  files::Directory logs(Descriptor(::openat(top.get(), "logs", kFolder | O_NOFOLLOW)));
+  if (!logs.valid() || !is_private_to_us(logs.get())) return std::nullopt;
+  Descriptor lock(
+      ::openat(top.get(), "lock", O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+  if (!lock.valid()) return std::nullopt;
+  return Files{std::move(top), std::move(logs), std::move(lock)};
 }
 
 // False when builds use the folder whose processes cannot be seen from here.
@@ -141,7 +135,7 @@ std::unique_ptr<BuildLedger::Lock> LedgerFolder::take_lock(double without_moveme
       if (!anew) return nullptr;
       files_ = std::move(*anew);
       if (!mark_.empty()) platform::write_mark(files_.directory.get(), mark_);
-      leases_ = LeaseFiles(files_.directory.get());
+      leases_ = LeaseFiles(files_.directory);
       written_.clear();
       continue;
     }
@@ -218,7 +212,7 @@ void LedgerFolder::remove_stale(const LeaseFiles::Found& found) const {
 }
 
 void LedgerFolder::remove_orphaned_logs(const std::vector<LiveLease>& live) const {
-  const auto names = files::names_in(files_.logs.get());
+  const auto names = files_.logs.names();
   if (!names) return;
   for (const std::string& name : *names) {
     const auto pid = pid_of(name, kLogEnding);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/descriptor.h"
+#include "base/files.h"
 #include "builds/lease_files.h"
 #include "builds/ledger.h"
 #include "builds/live_processes.h"
@@ -26,15 +27,15 @@ inline constexpr std::string_view kLogEnding = ".log";
 class LedgerFolder final : public BuildLedger {
  public:
   // The ledger in `directory`, which is created when missing. Null when that fails, when
-  // it belongs to somebody else or others can write to it, when the file system has no
-  // locks, and when builds use it whose processes cannot be seen from here.
+  // it belongs to somebody else or others can write to it, and when builds use it whose
+  // processes cannot be seen from here.
   [[nodiscard]] static std::shared_ptr<LedgerFolder> open(const std::string& directory);
 
   [[nodiscard]] const std::string& dir() const { return dir_; }
   [[nodiscard]] std::string lease_path(pid_t pid) const;
 
-  // Gives up after five seconds in which nobody took the lock, or sixty in all. A ledger that
-  // was removed or replaced meanwhile is opened anew.
+  // Gives up where the file system has no locks, after five seconds in which nobody took the lock,
+  // or sixty in all. A ledger that was removed or replaced meanwhile is opened anew.
   [[nodiscard]] std::unique_ptr<Lock> lock() override;
   [[nodiscard]] std::unique_ptr<Lock> lock_briefly() override;
 
@@ -58,16 +59,17 @@ class LedgerFolder final : public BuildLedger {
 
  private:
   struct Files {
-    Descriptor directory;
-    Descriptor logs;
+    files::Directory directory;
+    files::Directory logs;
     Descriptor lock;
   };
   class Held;
 
   LedgerFolder(std::string dir, Files files)
-      : dir_(std::move(dir)), files_(std::move(files)), leases_(files_.directory.get()) {}
+      : dir_(std::move(dir)), files_(std::move(files)), leases_(files_.directory) {}
 
   [[nodiscard]] static std::optional<Files> open_files(const std::string& directory);
+  [[nodiscard]] static std::optional<Files> open_those_there(const std::string& directory);
   [[nodiscard]] std::unique_ptr<Lock> take_lock(double without_movement, double in_all);
   [[nodiscard]] bool lock_is_in_place() const;
   [[nodiscard]] bool move_in();

@@ -37,7 +37,8 @@ SeenBuild seen(LiveLease live) {
 
 LedgerLook look_at_ledger(const std::string& directory) {
   LedgerLook look;
-  const Descriptor folder(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const files::Directory folder(
+      Descriptor(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
   if (!folder.valid()) {
     if (errno != ENOENT)
       look.problem = directory + " cannot be read: " + std::strerror(errno) + ".";
@@ -51,7 +52,7 @@ LedgerLook look_at_ledger(const std::string& directory) {
     return look;
   }
   LiveProcesses processes;
-  for (const auto& file : LeaseFiles(folder.get()).read(processes, platform::waking_seconds())) {
+  for (const auto& file : LeaseFiles(folder).read(processes, platform::waking_seconds())) {
     if (file.lease && file.alive && whose != Tenure::past) {
       look.builds.push_back(seen({*file.lease, file.age}));
     } else {
@@ -78,7 +79,7 @@ LockLook look_at_lock(const std::string& directory) {
 
 BuildQueue queue_now(const std::vector<SeenBuild>& builds, const Readings& readings) {
   BuildMemory memory = readings.memory();
-  if (!memory.available) memory.available = platform::available_memory();
+  if (!memory.available) memory.available = platform::read_machine().available_memory;
   return queue_of(builds, memory, platform::wall_clock_seconds());
 }
 

@@ -21,13 +21,14 @@ Readings::Readings(const Environment& environment, const std::string& program,
 }
 
 BuildMemory Readings::memory() const {
+  const platform::MachineReading machine = platform::read_machine();
   BuildMemory memory;
-  memory.pressure = platform::pressure_level();
-  memory.cores = platform::active_cores();
+  memory.pressure = machine.pressure_level;
+  memory.cores = machine.active_cores;
   memory.bounded = granted_cores_ && *granted_cores_ < memory.cores;
   if (memory.bounded) memory.cores = static_cast<int>(*granted_cores_);
   memory.governed = !switched_off_ && (marker_path_.empty() || !files::exists(marker_path_));
-  if (memory.governed) memory.available = platform::available_memory();
+  if (memory.governed) memory.available = machine.available_memory;
   return memory;
 }
 

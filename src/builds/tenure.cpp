@@ -4,12 +4,13 @@
 
 namespace qv::build {
 
-std::string mark_of(const platform::Boot& boot) {
+std::string mark_of(const platform::Boot& boot, double boot_time) {
   return boot.id + " " + boot.pid_namespace + " " +
-         std::to_string(static_cast<std::int64_t>(boot.time));
+         std::to_string(static_cast<std::int64_t>(boot_time));
 }
 
-Tenure judge_mark(const std::string& mark, const platform::Boot& boot, double& boot_time) {
+Tenure judge_mark(const std::string& mark, const platform::Boot& boot,
+                  std::optional<double>& boot_time) {
   const auto words = text::split(mark, ' ');
   const auto time = words.size() == 3 ? text::whole_number(words[2]) : std::nullopt;
   if (!time) return Tenure::unmarked;
@@ -20,14 +21,16 @@ Tenure judge_mark(const std::string& mark, const platform::Boot& boot, double& b
 }
 
 Tenure look_at_mark(int directory, std::string& own_mark) {
-  const auto boot = platform::this_boot();
   std::string mark;
-  const auto found = boot ? platform::read_mark(directory, mark) : platform::Mark::unsupported;
-  if (found == platform::Mark::unsupported) return Tenure::ours;
-  double time = boot->time;
+  if (platform::read_mark(directory, mark) == platform::Mark::unsupported) return Tenure::ours;
+  const auto boot = platform::this_boot();
+  if (!boot) return Tenure::ours;
+  std::optional<double> time;
   const Tenure whose = judge_mark(mark, *boot, time);
-  platform::count_from_boot_time(time);
-  own_mark = mark_of({boot->id, time, boot->pid_namespace});
+  if (!time) time = platform::boot_time_by_the_clock();
+  if (!time) return Tenure::ours;
+  platform::count_from_boot_time(*time);
+  own_mark = mark_of(*boot, *time);
   return whose;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "platform/boot.h"
@@ -14,12 +15,12 @@ enum class Tenure {
   elsewhere,  // of this run, by processes that cannot be seen from here
 };
 
-// The mark of builds that run here: start times are counted from the boot's time.
-[[nodiscard]] std::string mark_of(const platform::Boot& boot);
+// The mark of builds that run here and count start times from `boot_time`.
+[[nodiscard]] std::string mark_of(const platform::Boot& boot, double boot_time);
 
 // `boot_time` becomes the one that the mark's leases count from, when they are ours.
 [[nodiscard]] Tenure judge_mark(const std::string& mark, const platform::Boot& boot,
-                                double& boot_time);
+                                std::optional<double>& boot_time);
 
 // Judges the mark on the open directory; start times are counted as those of its leases from
 // then on. `own_mark` becomes the one for those who move in, and stays where there are no marks:

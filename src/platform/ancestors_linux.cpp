@@ -21,8 +21,8 @@ pid_t parent_of(pid_t pid) {
   const auto text = file_of(pid, "stat");
   const std::size_t name_end = text ? text->rfind(") ") : std::string::npos;
   if (name_end == std::string::npos) return 0;
-  const auto fields = text::split(std::string_view(*text).substr(name_end + 2), ' ');
-  return fields.size() < 2 ? 0 : static_cast<pid_t>(text::whole_number(fields[1]).value_or(0));
+  const auto parent = text::piece(std::string_view(*text).substr(name_end + 2), ' ', 1);
+  return parent ? static_cast<pid_t>(text::whole_number(*parent).value_or(0)) : 0;
 }
 
 bool was_started_with(pid_t pid, std::string_view variable) {

@@ -24,18 +24,14 @@ constexpr std::size_t kLongestMark = 256;
 
 std::optional<double> counted;
 
+}  // namespace
+
 std::optional<double> boot_time_by_the_clock() {
   const auto text = files::read("/proc/stat");
-  if (!text) return std::nullopt;
-  for (const std::string_view line : text::split(*text, '\n')) {
-    if (!line.starts_with("btime ")) continue;
-    const auto seconds = text::whole_number(line.substr(6));
-    return seconds ? std::optional(static_cast<double>(*seconds)) : std::nullopt;
-  }
-  return std::nullopt;
+  const auto line = text ? text::line_after(*text, "btime ") : std::nullopt;
+  const auto seconds = line ? text::whole_number(*line) : std::nullopt;
+  return seconds ? std::optional(static_cast<double>(*seconds)) : std::nullopt;
 }
-
-}  // namespace
 
 std::optional<double> counted_boot_time() {
   if (!counted) counted = boot_time_by_the_clock();
@@ -45,11 +41,11 @@ std::optional<double> counted_boot_time() {
 void count_from_boot_time(double time) { counted = time; }
 
 std::optional<Boot> this_boot() {
-  const auto id = files::read("/proc/sys/kernel/random/boot_id");
-  const auto time = boot_time_by_the_clock();
+  char buffer[64];
+  const auto id = files::read_at_once("/proc/sys/kernel/random/boot_id", buffer);
   struct stat status {};
-  if (!id || !time || ::stat("/proc/self/ns/pid", &status) != 0) return std::nullopt;
-  return Boot{std::string(text::trimmed(*id)), *time, std::to_string(status.st_ino)};
+  if (!id || ::stat("/proc/self/ns/pid", &status) != 0) return std::nullopt;
+  return Boot{std::string(text::trimmed(*id)), std::to_string(status.st_ino)};
 }
 
 Mark read_mark(int directory, std::string& text) {

@@ -20,10 +20,6 @@ std::optional<std::int32_t> system_value(const char* name) {
   return value;
 }
 
-}  // namespace
-
-int pressure_level() { return system_value("kern.memorystatus_vm_pressure_level").value_or(1); }
-
 int active_cores() {
   if (const auto cores = system_value("hw.activecpu")) return std::max(*cores, 1);
   return std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
@@ -43,6 +39,13 @@ std::optional<std::uint64_t> available_memory() {
   const std::uint64_t free = std::uint64_t{pages.free_count} + pages.inactive_count +
                              pages.purgeable_count + pages.speculative_count;
   return free * page;
+}
+
+}  // namespace
+
+MachineReading read_machine() {
+  return {system_value("kern.memorystatus_vm_pressure_level").value_or(1), active_cores(),
+          available_memory()};
 }
 
 }  // namespace qv::platform

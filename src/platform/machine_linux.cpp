@@ -31,6 +31,8 @@ constexpr std::uint64_t kCriticalShare = 20;
 // What version 1 of control groups says where there is no limit is more than this.
 constexpr std::uint64_t kUnlimited = std::uint64_t{1} << 62;
 
+constexpr std::size_t kLongestFile = 8192;  // as far as it is looked at
+
 constexpr std::string_view kGroups = "/sys/fs/cgroup";
 constexpr std::string_view kOfVersion2 = "0::";  // before the group's path, in the list of them
 
@@ -42,23 +44,14 @@ std::optional<std::uint64_t> number_in(std::string_view text) {
   return number;
 }
 
-// The rest of the first line that starts with `name`.
-std::optional<std::string_view> line_after(std::string_view text, std::string_view name) {
-  while (!text.empty()) {
-    const std::string_view line = text.substr(0, text.find('\n'));
-    if (line.starts_with(name)) return line.substr(name.size());
-    text.remove_prefix(std::min(text.size(), line.size() + 1));
-  }
-  return std::nullopt;
-}
-
 std::optional<std::uint64_t> number_after(std::string_view text, std::string_view name) {
-  const auto rest = line_after(text, name);
+  const auto rest = text::line_after(text, name);
   return rest ? number_in(*rest) : std::nullopt;
 }
 
 std::optional<std::uint64_t> number_of_file(const std::string& path) {
-  const auto text = files::read(path);
+  char buffer[64];
+  const auto text = files::read_at_once(path, buffer);
   return text ? number_in(*text) : std::nullopt;
 }
 
@@ -90,27 +83,40 @@ constexpr LinuxMachine::GroupFiles LinuxMachine::kVersion1{
 constexpr LinuxMachine::GroupFiles LinuxMachine::kVersion2{"/memory.max", "/memory.current",
                                                            "inactive_file "};
 
+LinuxMachine::LinuxMachine(std::string root) : root_(std::move(root)) {
+  char buffer[kLongestFile];
+  groups_ = files::read_at_once(root_ + "/proc/self/cgroup", buffer).value_or("");
+  look_at_memory();
+  look_at_groups();
+}
+
 int LinuxMachine::pressure_level() const {
-  const auto text = files::read(root_ + "/proc/pressure/memory");
+  char buffer[kLongestFile];
+  const auto text = files::read_at_once(root_ + "/proc/pressure/memory", buffer);
   if (!text) return 1;
   const auto stall = [&](std::string_view line) {
-    const auto figure = line_after(*text, line);
+    const auto figure = text::line_after(*text, line);
     return figure ? std::strtod(std::string(*figure).c_str(), nullptr) : 0.0;
   };
-  if (stall("full avg10=") >= kCriticalFullStall || memory_is_scarce()) return 4;
+  const auto is_scarce = [](const Room& each) {
+    return each.available < each.total / kCriticalShare;
+  };
+  if (stall("full avg10=") >= kCriticalFullStall || std::ranges::any_of(rooms_, is_scarce)) {
+    return 4;
+  }
   return stall("some avg10=") >= kWarningSomeStall ? 2 : 1;
 }
 
 int LinuxMachine::cores_within_quota(int cores) const {
-  const auto membership = files::read(root_ + "/proc/self/cgroup");
-  const auto path = membership ? line_after(*membership, kOfVersion2) : std::nullopt;
+  const auto path = text::line_after(groups_, kOfVersion2);
   if (!path) return std::max(cores, 1);
   climb(root_ + std::string(kGroups), *path, [&](const std::string& group) {
-    const auto text = files::read(group + "/cpu.max");  // "max 100000" or "150000 100000"
+    char buffer[64];
+    const auto text =
+        files::read_at_once(group + "/cpu.max", buffer);  // "max 100000", "150000 100000"
     if (!text) return;
     const auto quota = number_in(*text);
-    const auto period =
-        number_in(std::string_view(*text).substr(std::min(text->find(' '), text->size())));
+    const auto period = number_in(text->substr(std::min(text->find(' '), text->size())));
     if (!quota || !period || *period == 0) return;
     const std::uint64_t whole = (*quota + *period - 1) / *period;
     if (whole < static_cast<std::uint64_t>(cores)) cores = static_cast<int>(whole);
@@ -119,72 +125,52 @@ int LinuxMachine::cores_within_quota(int cores) const {
 }
 
 std::optional<std::uint64_t> LinuxMachine::available_memory() const {
-  std::optional<std::uint64_t> least;
-  for_each_room(
-      [&](const Room& room) { least = std::min(least.value_or(room.available), room.available); });
-  return least;
+  if (rooms_.empty()) return std::nullopt;
+  return std::ranges::min(rooms_, {}, &Room::available).available;
 }
 
-bool LinuxMachine::memory_is_scarce() const {
-  bool scarce = false;
-  for_each_room(
-      [&](const Room& room) { scarce = scarce || room.available < room.total / kCriticalShare; });
-  return scarce;
+void LinuxMachine::look_at_memory() {
+  char buffer[kLongestFile];
+  const auto text = files::read_at_once(root_ + "/proc/meminfo", buffer);
+  const auto available = text ? number_after(*text, "MemAvailable:") : std::nullopt;
+  const auto total = text ? number_after(*text, "MemTotal:") : std::nullopt;
+  if (available && total) rooms_.push_back({*available * 1024, *total * 1024});
 }
 
-std::optional<LinuxMachine::Room> LinuxMachine::machine_room() const {
-  const auto text = files::read(root_ + "/proc/meminfo");
-  if (!text) return std::nullopt;
-  const auto available = number_after(*text, "MemAvailable:");
-  const auto total = number_after(*text, "MemTotal:");
-  if (!available || !total) return std::nullopt;
-  return Room{*available * 1024, *total * 1024};
+void LinuxMachine::look_at_groups() {
+  const std::string top = root_ + std::string(kGroups);
+  if (const auto path = text::line_after(groups_, kOfVersion2)) {
+    climb(top, *path, [&](const std::string& group) { look_at_group(group, kVersion2); });
+  }
+  for (const std::string_view line : text::split(groups_, '\n')) {
+    const auto names = text::piece(line, ':', 1);  // "5:cpu,memory:/user/build"
+    const auto path = text::piece(line, ':', 2);
+    if (!path || !is_in_list("memory", *names)) continue;
+    climb(top + "/memory", *path,
+          [&](const std::string& group) { look_at_group(group, kVersion1); });
+  }
 }
 
 // A group's use includes the file cache, of which the inactive part is given back on demand.
-std::optional<LinuxMachine::Room> LinuxMachine::group_room(const std::string& group,
-                                                           const GroupFiles& names) {
+void LinuxMachine::look_at_group(const std::string& group, const GroupFiles& names) {
   const auto limit = number_of_file(group + names.limit);
   const bool limited = limit && *limit < kUnlimited;
   const auto used = limited ? number_of_file(group + names.used) : std::nullopt;
-  if (!used) return std::nullopt;
-  const auto details = files::read(group + "/memory.stat");
+  if (!used) return;
+  char buffer[kLongestFile];
+  const auto details = files::read_at_once(group + "/memory.stat", buffer);
   const auto cache = details ? number_after(*details, names.cache) : std::nullopt;
   const std::uint64_t firm = *used - std::min(*used, cache.value_or(0));
-  return Room{*limit - std::min(*limit, firm), *limit};
+  rooms_.push_back({*limit - std::min(*limit, firm), *limit});
 }
 
-// The room in every group that bounds this process, and on the machine.
-template <class Visit>
-void LinuxMachine::for_each_room(Visit visit) const {
-  const auto look = [&](const std::optional<Room>& room) {
-    if (room) visit(*room);
-  };
-  look(machine_room());
-  const auto membership = files::read(root_ + "/proc/self/cgroup");
-  if (!membership) return;
-  const std::string top = root_ + std::string(kGroups);
-  if (const auto path = line_after(*membership, kOfVersion2)) {
-    climb(top, *path, [&](const std::string& group) { look(group_room(group, kVersion2)); });
-  }
-  for (const std::string_view line : text::split(*membership, '\n')) {
-    const auto fields = text::split(line, ':');  // "5:cpu,memory:/user/build"
-    if (fields.size() < 3 || !is_in_list("memory", fields[1])) continue;
-    climb(top + "/memory", fields[2],
-          [&](const std::string& group) { look(group_room(group, kVersion1)); });
-  }
-}
-
-int pressure_level() { return LinuxMachine("").pressure_level(); }
-
-int active_cores() {
+MachineReading read_machine() {
   cpu_set_t allowed;
   const int cores = ::sched_getaffinity(0, sizeof allowed, &allowed) == 0
                         ? CPU_COUNT(&allowed)
                         : static_cast<int>(std::thread::hardware_concurrency());
-  return LinuxMachine("").cores_within_quota(cores);
+  const LinuxMachine machine("");
+  return {machine.pressure_level(), machine.cores_within_quota(cores), machine.available_memory()};
 }
-
-std::optional<std::uint64_t> available_memory() { return LinuxMachine("").available_memory(); }
 
 }  // namespace qv::platform

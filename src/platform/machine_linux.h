@@ -3,14 +3,16 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 // The readings of machine.h as Linux gives them, below any root directory: "" for the
-// machine itself, a made-up /proc and /sys for a test.
+// machine itself, a made-up /proc and /sys for a test. What several of them rest on is read
+// once for all, when the object is made.
 namespace qv::platform {
 
 class LinuxMachine {
  public:
-  explicit LinuxMachine(std::string root) : root_(std::move(root)) {}
+  explicit LinuxMachine(std::string root);
 
   [[nodiscard]] int pressure_level() const;
   [[nodiscard]] int cores_within_quota(int cores) const;
@@ -23,18 +25,17 @@ class LinuxMachine {
     std::uint64_t total = 0;
   };
 
-  [[nodiscard]] std::optional<Room> machine_room() const;
   struct GroupFiles;
   static const GroupFiles kVersion1;
   static const GroupFiles kVersion2;
 
-  [[nodiscard]] static std::optional<Room> group_room(const std::string& group,
-                                                      const GroupFiles& names);
-  [[nodiscard]] bool memory_is_scarce() const;
-  template <class Visit>
-  void for_each_room(Visit visit) const;
+  void look_at_memory();
+  void look_at_groups();
+  void look_at_group(const std::string& group, const GroupFiles& names);
 
   std::string root_;
+  std::string groups_;       // that this process is in: a line for each hierarchy
+  std::vector<Room> rooms_;  // on the machine and in every group that bounds this process
 };
 
 }  // namespace qv::platform

@@ -7,10 +7,11 @@ namespace qv::platform {
 
 // The upper half of the descriptors is left to everything that matters more.
 void ProcessWatch::keep_if_spare() {
+  if (!process_.valid()) return;
   rlimit limit{};
   const bool spare = ::getrlimit(RLIMIT_NOFILE, &limit) == 0 &&
                      static_cast<rlim_t>(process_.get()) < limit.rlim_cur / 2;
-  if (process_.valid() && !spare) process_.reset();
+  if (!spare) process_.reset();
 }
 
 std::optional<bool> ProcessWatch::has_ended() const {

@@ -124,14 +124,26 @@ TEST(JSON, EscapesWhereverASpecialByteStands) {
   }
 }
 
-TEST(JSON, JoinsTextsWithEscapesInTheirSource) {
+TEST(JSON, ReadsInPlaceWhateverHasArrived) {
   const std::string run(5000, 'x');  // longer than what the parser hands over at once
-  const std::string text =
-      R"(["\t)" + run + R"(","plain","a\n)" + run + R"(é",{"\"k":"\\","l":"m"}])";
-  std::string source = text;
-  const auto value = json::parse_in_place(source);
-  ASSERT_TRUE(value);
-  EXPECT_EQ(json::compact(*value), text);
+  const std::string text = R"(["\t)" + run + R"(","plain","a\n)" + run +
+                           R"(é😀",{"\"k":"\\","l":"m"},-0.0,12.75,)" +
+                           R"(-1234567,18446744073709551615,true,null,"",[]])";
+  for (const std::size_t step : {1U, 2U, 3U, 7U, 1000U, 5010U, 20'000U}) {
+    std::string source = text + "  ";
+    json::Reader reader;
+    for (std::size_t end = step; end < source.size(); end += step)
+      reader.read({source.data(), end});
+    const auto value = reader.finish(source);
+    ASSERT_TRUE(value) << step;
+    EXPECT_EQ(json::compact(*value), text) << step;
+  }
+  for (const std::string_view bad : {"[1,]", "[1] 2", "[1", "\"a", "-", "{}}", ""}) {
+    std::string source(bad);
+    json::Reader reader;
+    for (std::size_t end = 1; end <= source.size(); ++end) reader.read({source.data(), end});
+    EXPECT_FALSE(reader.finish(source)) << bad;
+  }
 }
 
 TEST(JSON, DoublesSurviveToTheLastBit) {

@@ -102,6 +102,7 @@ TEST_F(Ledger, WritesLeasesWhole) {
   lease.reason = "cores";
   const std::string path = ledger_->lease_path(lease.pid);
   EXPECT_EQ(path, dir_ + "/" + std::to_string(::getpid()) + ".json");
+  put(std::string(files::name_of(path)) + ".tmp", "of a build that was killed");
   ledger_->write(lease);
   EXPECT_EQ(leases(), std::vector{lease});
   struct stat first {};
@@ -195,7 +196,7 @@ TEST_F(Ledger, ConcludesNothingFromAShortage) {
     ::setrlimit(RLIMIT_NOFILE, &tight);
   };
   leave(next);
-  EXPECT_EQ(live(), std::set{child.pid()}) << "no listing";
+  EXPECT_EQ(live(), std::set{child.pid()}) << "its lease cannot be opened";
   EXPECT_TRUE(LiveProcesses().contains(lease)) << "no start time";
   EXPECT_FALSE(LiveProcesses().contains(of_dead)) << "nobody waits for the dead";
   std::filesystem::rename(dir_ + "/next", dir_ + "/" + name);
@@ -214,13 +215,14 @@ TEST_F(Ledger, WaitsForAnEnd) {
 }
 
 TEST(Tenure, IsJudgedByTheMark) {
-  const platform::Boot boot{"boot", 100, "7"};
+  const platform::Boot boot{"boot", "7"};
   const auto judged = [&](const char* mark) {
-    double time = 0;
+    std::optional<double> time;
     const Tenure whose = judge_mark(mark, boot, time);
-    return std::to_string(static_cast<int>(whose)) + " " + std::to_string(static_cast<int>(time));
+    return std::to_string(static_cast<int>(whose)) + " " +
+           std::to_string(static_cast<int>(time.value_or(0)));
   };
-  EXPECT_EQ(mark_of(boot), "boot 7 100");
+  EXPECT_EQ(mark_of(boot, 100), "boot 7 100");
   EXPECT_EQ(judged("boot 7 90"), "0 90");
   for (const char* none : {"", "boot 7 x", "boot 7", "boot 7 1 1"}) {
     EXPECT_EQ(judged(none), "1 0") << none;

@@ -96,7 +96,7 @@ TEST_F(Pass, FollowsTheSameBuildOnce) {
 }
 
 TEST(BuildReadings, CountNoMoreCoresThanTheUserGrants) {
-  const int cores = platform::active_cores();
+  const int cores = platform::read_machine().active_cores;
   const auto counted = [](const std::string& granted) {
     return Readings({{"QUORVEL_BUILD_CORES", granted}}, "qv", "/nowhere").memory();
   };
