@@ -18,6 +18,17 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
+// A word that begins with a control is the flag of that number.
+Arguments with_flags(Arguments arguments, std::span<const Flag> flags) {
+  for (std::string& word : arguments) {
+    word = text::repaired(word);
+    const auto number = static_cast<unsigned char>(word.empty() ? '-' : word[0]);
+    if (number >= 0x20 || flags.empty()) continue;
+    word.replace(0, 1, "--" + std::string(flags[number % flags.size()].name));
+  }
+  return arguments;
+}
+
 std::string written(const ArgBox::Value& value) {
   if (const auto* text = std::get_if<std::string>(&value)) return *text;
   if (const auto* number = std::get_if<std::int64_t>(&value)) return std::to_string(*number);
@@ -79,7 +90,8 @@ void check_wait(const Arguments& arguments) {
   promise(!options.follow || !options.stand_down, "nobody follows who stands down");
 }
 
-void check_seat(const Arguments& arguments, std::span<const Flag> flags) {
+void check_seat(const Arguments& typed, std::span<const Flag> flags) {
+  const Arguments arguments = with_flags(typed, flags);
   const seat::Options options = seat::parse_options(arguments, flags);
   Arguments full = options.words;
   for (const auto& [name, value] : options.values) full.push_back("--" + name + "=" + value);
@@ -116,16 +128,6 @@ void check_build(const std::string& tool, Arguments arguments) {
       "it is still the same build", text::joined(arguments, " "), text::joined(before, " "));
 }
 
-// A word that begins with a control is the flag of that number.
-void name_flags(Arguments& arguments, std::span<const Flag> flags) {
-  for (std::string& word : arguments) {
-    word = text::repaired(word);
-    const auto number = static_cast<unsigned char>(word.empty() ? '-' : word[0]);
-    if (number >= 0x20 || flags.empty()) continue;
-    word.replace(0, 1, "--" + std::string(flags[number % flags.size()].name));
-  }
-}
-
 }  // namespace
 
 // The words of a command line with zero bytes between them. A group that there is not stands for
@@ -135,13 +137,9 @@ void try_input(std::string_view bytes) {
   for (const auto word : text::split(bytes, '\0')) typed.emplace_back(word);
   const std::string first = typed[0];
   typed.erase(typed.begin());
-  const auto rest = [&](std::span<const Flag> flags) {
-    name_flags(typed, flags);
-    return typed;
-  };
-  if (first == "wait") return check_wait(rest(waiting::kWaitFlags));
-  if (first == "whoami") return check_seat(rest(seat::kWhoamiFlags), seat::kWhoamiFlags);
-  if (first == "join") return check_seat(rest(seat::kJoinFlags), seat::kJoinFlags);
+  if (first == "wait") return check_wait(with_flags(typed, waiting::kWaitFlags));
+  if (first == "whoami") return check_seat(typed, seat::kWhoamiFlags);
+  if (first == "join") return check_seat(typed, seat::kJoinFlags);
   if (typed.empty()) return;
   const std::string second = typed[0];
   if (first == "__build") return check_build(second, {typed.begin() + 1, typed.end()});
@@ -152,7 +150,7 @@ void try_input(std::string_view bytes) {
     number -= group.verbs.size();
     if (verb == nullptr) continue;
     typed.erase(typed.begin());
-    return check_verb(group, *verb, rest(verb->flags));
+    return check_verb(group, *verb, with_flags(typed, verb->flags));
   }
 }
 

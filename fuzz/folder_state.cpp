@@ -60,9 +60,7 @@ constexpr std::string_view kNames[] = {"a", "b c",    "sub/d", "\"q",  "cr\r", "
                                        "é", "folder", "link",  "\xFF", "A",    "sub/"};
 
 std::string make_tree() {
-  for (const char* folder : {"sub", "folder", ".git"}) {
-    std::filesystem::create_directories(scratch_file(folder));
-  }
+  for (const char* name : {"sub", "folder", ".git"}) ::mkdir(scratch_file(name).c_str(), 0700);
   std::filesystem::create_symlink("nowhere", scratch_file("link"));
   for (const char* name : {"a", "b c", "sub/d", "\"q", "cr\r", "\xFF"}) write_file(name, "x");
   return std::filesystem::path(scratch_file("a")).parent_path();
@@ -86,10 +84,9 @@ std::string tree(Input& in) {
 // Read literally, the state says what git said, and nothing in it can be taken for more.
 void check_state(std::string_view state) {
   std::vector<std::string> expected;
-  for (const auto& paths : {listing.diff, listing.others}) {
-    for (const auto path : text::split(paths, '\0')) {
-      if (!path.empty()) expected.emplace_back(path);
-    }
+  const std::string listed = listing.diff + '\0' + listing.others;
+  for (const auto path : text::split(listed, '\0')) {
+    if (!path.empty()) expected.emplace_back(path);
   }
   std::ranges::sort(expected);
   const std::string top(text::split(listing.tree, '\n')[1]);
@@ -119,7 +116,7 @@ void try_input(std::string_view bytes) {
   listing.tree = tree(in);
   listing.diff = list(in);
   listing.others = list(in);
-  listing.tagged = in.rest();
+  listing.tagged = in.bytes(bytes.size());
   const auto state = build::read_folder_state(listing.top, {});
   if (state) check_state(*state);
 }

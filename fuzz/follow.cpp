@@ -13,11 +13,16 @@ namespace {
 
 using namespace waiting;
 
+struct Answer {
+  std::string json;
+  std::optional<TeamworkResponse> response;
+};
+
 // Answers poll by poll; the terminal closes behind the last answer.
 class World : public WaitWorld {
  public:
-  World(std::vector<std::string> replies, const WaitOptions& options)
-      : replies_(std::move(replies)), options_(options) {}
+  World(const std::vector<Answer>& answers, const WaitOptions& options)
+      : answers_(answers), options_(options) {}
 
   double monotonic() override { return now_; }
   double wall_clock() override { return now_; }
@@ -25,7 +30,7 @@ class World : public WaitWorld {
     promise(seconds >= 0 && seconds <= 1, "a pause is short");
     now_ += seconds;
   }
-  bool parent_has_gone() override { return next_ == replies_.size(); }
+  bool parent_has_gone() override { return next_ == answers_.size(); }
   bool reader_has_gone() override { return false; }
   bool socket_exists() override { return true; }
 
@@ -34,56 +39,60 @@ class World : public WaitWorld {
     promise(seconds >= 0, "an exchange has some time");
     now_ += 0.25;
     if (request.method == "heartbeat") return std::nullopt;
-    reply_ = record::from_text<TeamworkResponse>(replies_[next_]);
-    return replies_[next_++];
+    const auto& [json, response] = answers_[next_++];
+    response_ = response ? &*response : nullptr;
+    return json;
   }
   std::int64_t cursor() override { return 0; }
   void save_cursor(std::int64_t rev) override {
-    promise(reply_ && reply_->changes && reply_->changes->rev == rev, "the cursor is the board's");
+    promise(response_ != nullptr && response_->changes && response_->changes->rev == rev,
+            "the cursor is the board's");
   }
   bool out(std::string_view text) override {
-    check_printed(text);
-    if (!options_.follow) return true;
-    const bool is_move = reply_ && reply_->kind == TeamworkResponse::Kind::changes;
-    if (is_move && !options_.json) check_line(text);
-    if (options_.json)
-      promise(json::parse(text) && text.find('\n') == text.npos, "a JSON line", text);
+    const bool is_move = response_ != nullptr && response_->kind == TeamworkResponse::Kind::changes;
+    const bool is_line = options_.follow && is_move && !options_.json;
+    is_line ? check_line(text) : check_printed(text);
+    if (!options_.follow || !options_.json) return true;
+    promise(json::parse(text) && text.find('\n') == text.npos, "a JSON line", text);
     return true;
   }
   void err(std::string_view text) override { check_printed(text); }
 
  private:
-  std::vector<std::string> replies_;
+  const std::vector<Answer>& answers_;
   const WaitOptions& options_;
   std::size_t next_ = 0;
-  std::optional<TeamworkResponse> reply_;  // the last one
+  const TeamworkResponse* response_ = nullptr;  // the last one; null unless it can be read
   double now_ = 1e6;
 };
 
-// As they come over sockets: one a line. Or one that is made up.
-std::vector<std::string> replies_of(std::string_view bytes) {
-  std::vector<std::string> replies;
+// As they come over sockets: one a line. Or some that are made up.
+std::vector<Answer> answers_of(std::string_view bytes) {
+  std::vector<Answer> answers;
+  const auto add = [&](std::string_view json) {
+    answers.push_back({std::string(json), record::from_text<TeamworkResponse>(json)});
+  };
   if (bytes.starts_with('{')) {
-    for (const auto line : text::split(bytes, '\n')) replies.emplace_back(line);
-    return replies;
+    std::ranges::for_each(text::split(bytes, '\n'), add);
+    return answers;
   }
   Input in(bytes);
   do {
     TeamworkResponse made{.kind = TeamworkResponse::Kind::changes};
     fill(in, made.changes.emplace());
-    replies.push_back(record::to_text(made));
-  } while (!in.empty() && replies.size() < 5);
-  return replies;
+    add(record::to_text(made));
+  } while (!in.empty() && answers.size() < 5);
+  return answers;
 }
 
 }  // namespace
 
 void try_input(std::string_view bytes) {
-  const auto replies = replies_of(bytes);
+  const auto answers = answers_of(bytes);
   for (const bool follow : {true, false}) {
     for (const bool json : {true, false}) {
       const WaitOptions options{.json = json, .follow = follow, .timeout_seconds = 60};
-      World world(replies, options);
+      World world(answers, options);
       (void)wait(options, world);
     }
   }

@@ -29,8 +29,8 @@ std::string literal_page(std::string_view content, std::int64_t offset, std::int
     std::string row = number(line);
     while (row.size() < number(last).size()) row.insert(0, " ");
     row += "\t";
-    row += text::first_characters(all, 2000);
-    if (text::count_characters(all) > 2000) row += "…";
+    const std::string_view shown = text::first_characters(all, 2000);
+    row.append(shown) += shown.size() < all.size() ? "…" : "";
     budget -= static_cast<std::int64_t>(text::count_characters(row)) + 1;
     if (budget < 0 && line > first) break;
     rows.push_back(std::move(row));
@@ -47,7 +47,7 @@ std::string literal_page(std::string_view content, std::int64_t offset, std::int
 
 // Few bytes make many and long lines.
 std::string note(Input& in) {
-  constexpr std::size_t kLargest = 64'000;
+  constexpr std::size_t kLargest = 40'000;
   constexpr std::size_t kTimes[] = {1, 2, 10, 99, 1000, 1856, 1998, 2000, 2001, 16'384};
   std::string content;
   while (!in.empty() && content.size() < kLargest) {

@@ -21,20 +21,15 @@ std::string shown(std::string_view reply, const View& view) {
   return response ? notes::render(*response, view) : "unreadable";
 }
 
-NoteStream streamed(std::string_view reply, const View& view, Input pieces) {
-  NoteStream stream(view.offset, view.limit);
-  while (!reply.empty()) {
-    const std::size_t size = std::min<std::size_t>(pieces.byte() + 1U, reply.size());
-    stream.take(reply.substr(0, size));
-    reply.remove_prefix(size);
-  }
-  return stream;
-}
-
 void check_streaming(std::string_view reply, View view, Input pieces) {
   const std::string whole = shown(reply, view);
-  for (const Input& cuts : {pieces, Input({})}) {  // the latter: byte by byte
-    const NoteStream stream = streamed(reply, view, cuts);
+  for (Input cuts : {pieces, Input({})}) {  // the latter: byte by byte
+    NoteStream stream(view.offset, view.limit);
+    for (std::size_t at = 0; at < reply.size();) {
+      const std::size_t size = cuts.byte() + 1U;
+      stream.take(reply.substr(at, size));
+      at += size;
+    }
     view.page = stream.page();
     promise_same(shown(stream.frame(), view), whole, "in pieces a reply shows as it does whole");
   }

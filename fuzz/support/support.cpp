@@ -2,15 +2,16 @@
 
 #include "support/support.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 #include <utf8proc.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
+#include "base/descriptor.h"
+#include "base/io.h"
 #include "base/text.h"
 
 namespace qv::fuzz {
@@ -18,16 +19,15 @@ namespace qv::fuzz {
 namespace {
 
 // Controls, and what turns the direction of writing.
-bool drives_terminal(utf8proc_int32_t point) {
-  return utf8proc_category(point) == UTF8PROC_CATEGORY_CC || point == 0x61C || point == 0x200E ||
+bool drives_terminal(std::int32_t point) {
+  return point < 0x20 || (point >= 0x7F && point < 0xA0) || point == 0x61C || point == 0x200E ||
          point == 0x200F || (point >= 0x2028 && point <= 0x202E) ||
          (point >= 0x2066 && point <= 0x2069);
 }
 
 }  // namespace
 
-void promise(bool kept, const char* what, std::string_view shown, std::string_view expected) {
-  if (kept) return;
+void end_broken(const char* what, std::string_view shown, std::string_view expected) {
   std::fprintf(stderr, "not kept: %s\n%.*s\n", what, static_cast<int>(shown.size()), shown.data());
   if (!expected.empty()) {
     std::fprintf(stderr, "expected:\n%.*s\n", static_cast<int>(expected.size()), expected.data());
@@ -35,16 +35,13 @@ void promise(bool kept, const char* what, std::string_view shown, std::string_vi
   std::abort();
 }
 
-std::vector<std::int32_t> points_of(std::string_view text) {
-  std::vector<std::int32_t> points;
+std::int32_t take_point(std::string_view& text) {
+  std::int32_t point = static_cast<unsigned char>(text.front());
   const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
-  for (auto left = static_cast<utf8proc_ssize_t>(text.size()); left > 0;) {
-    const auto length = utf8proc_iterate(bytes, left, &points.emplace_back());
-    if (length <= 0) break;
-    bytes += length;
-    left -= length;
-  }
-  return points;
+  const auto left = static_cast<utf8proc_ssize_t>(text.size());
+  const auto length = point < 0x80 ? 1 : utf8proc_iterate(bytes, left, &point);
+  text.remove_prefix(length > 0 ? static_cast<std::size_t>(length) : text.size());
+  return point;
 }
 
 bool breaks_line(std::int32_t point) {
@@ -52,15 +49,17 @@ bool breaks_line(std::int32_t point) {
 }
 
 void check_printed(std::string_view text) {
-  for (const auto point : points_of(text)) promise(point >= 0, "what is printed is UTF-8", text);
-  for (const auto point : points_of(text::with_visible_controls(text))) {
+  for (auto left = text; !left.empty();) promise(take_point(left) >= 0, "it is UTF-8", text);
+  const std::string shown = text::with_visible_controls(text);
+  for (std::string_view left = shown; !left.empty();) {
+    const auto point = take_point(left);
     promise(point == '\n' || point == '\t' || !drives_terminal(point), "no control is shown", text);
   }
 }
 
 void check_line(std::string_view text) {
   check_printed(text);
-  for (const auto point : points_of(text)) promise(!breaks_line(point), "it is one line", text);
+  while (!text.empty()) promise(!breaks_line(take_point(text)), "it is one line", text);
 }
 
 void check_json(json::Value value) {
@@ -73,10 +72,8 @@ void check_json(json::Value value) {
 }
 
 std::uint8_t Input::byte() {
-  if (bytes_.empty()) return 0;
-  const auto byte = static_cast<std::uint8_t>(bytes_.front());
-  bytes_.remove_prefix(1);
-  return byte;
+  const std::string_view taken = bytes(1);
+  return taken.empty() ? std::uint8_t{0} : static_cast<std::uint8_t>(taken[0]);
 }
 
 std::string_view Input::bytes(std::size_t most) {
@@ -98,43 +95,16 @@ std::optional<std::int64_t> Input::maybe_integer() {
 }
 
 std::string Input::text() {
-  constexpr std::string_view kPieces[] = {"\n",
-                                          "\r\n",
-                                          "\t",
-                                          "\v",
-                                          "\x1B[2J",
-                                          "\x7F",
-                                          "\xC2\x85",
-                                          "\xE2\x80\xA8",
-                                          "\xE2\x80\xA9",
-                                          "\xE2\x80\xAE",
-                                          "\xE2\x81\xA6",
-                                          "\xCC\x81",
-                                          "\xE2\x80\x8D",
-                                          "👩‍👩‍👧",
-                                          "🇩🇪",
-                                          "é",
-                                          "ß",
-                                          "—",
-                                          "'",
-                                          "\"",
-                                          "\\",
-                                          "/",
-                                          " ",
-                                          "`",
-                                          "done",
-                                          "rejected",
-                                          "open",
-                                          "on",
-                                          "f1",
-                                          "T-1",
-                                          "KQ3",
-                                          "secret: s"};
+  static const auto pieces = text::split(
+      "\n|\r\n|\t|\v|\x1B[2J|\x7F|\xC2\x85|\xE2\x80\xA8|\xE2\x80\xA9|\xE2\x80\xAE|\xE2\x81\xA6|"
+      "\xCC\x81|\xE2\x80\x8D|👩‍👩‍👧|🇩🇪|é|ß|—|'|\"|\\|/| |`|"
+      "done|rejected|open|on|f1|T-1|KQ3|secret: s",
+      '|');
   std::string out;
   for (std::size_t parts = below(4); parts > 0; --parts) {
     const std::uint8_t choice = byte();
-    if (choice < std::size(kPieces)) {
-      out += kPieces[choice];
+    if (choice < pieces.size()) {
+      out += pieces[choice];
     } else {
       out += text::repaired(bytes(choice % 16U));
     }
@@ -153,8 +123,10 @@ std::string scratch_file(const std::string& name) {
 }
 
 std::string write_file(const std::string& name, std::string_view content) {
-  std::ofstream(scratch_file(name), std::ios::binary) << content;
-  return scratch_file(name);
+  std::string path = scratch_file(name);
+  const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  promise(io::write_all(file.get(), content), "a file is written", path);
+  return path;
 }
 
 }  // namespace qv::fuzz

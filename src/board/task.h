@@ -85,19 +85,6 @@ struct record::Schema<TeamworkTaskWatcher> {
 // What a list of tickets is made of: the few members that its rows and their order need.
 template <class Text>
 struct TaskRowOf {
-  TaskRowOf() = default;
-  template <class OtherText>
-  TaskRowOf(const TaskRowOf<OtherText>& other)  // NOLINT: the same, read elsewhere
-      : id(other.id),
-        title(other.title),
-        state(other.state),
-        ownerFingerprint(other.ownerFingerprint),
-        blocked(other.blocked),
-        routedToFingerprint(other.routedToFingerprint),
-        routedToLive(other.routedToLive),
-        waitsOn(other.waitsOn.begin(), other.waitsOn.end()),
-        ready(other.ready) {}
-
   Text id;
   Text title;
   Text state;
@@ -109,7 +96,7 @@ struct TaskRowOf {
   bool ready = false;
 };
 
-// Of a list that was read, or is looked through: its texts are those of the list.
+// Its texts are those of the ticket or the reply that it was made of.
 using TaskRow = TaskRowOf<std::string_view>;
 
 template <>
@@ -156,6 +143,14 @@ struct TeamworkTask : TaskRowOf<std::string> {
   bool pendingDelete = false;
   std::optional<std::string> pendingDeleteReason;
   std::vector<TeamworkTaskWatcher> watchers;
+
+  operator TaskRow() const {  // NOLINT: a ticket stands for its row
+    return {id,           title,
+            state,        ownerFingerprint,
+            blocked,      routedToFingerprint,
+            routedToLive, {waitsOn.begin(), waitsOn.end()},
+            ready};
+  }
 };
 
 template <>

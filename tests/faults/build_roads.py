@@ -6,6 +6,7 @@ which is said as a shell says it. Others wait for no one that is gone, and the n
 nothing in its way.
 """
 import os
+import pathlib
 import re
 import time
 from dataclasses import dataclass
@@ -42,10 +43,7 @@ ROADS = [
     Road("leader", "leader", 0),
     Road("follower", "follower", 7),
 ]
-CRASHES = [
-    Road("lease", "alone", 0),
-    Road("leader and queue", "leader", 7, queued=True),
-]
+CRASHES = [Road("lease", "alone", 0), Road("leader and queue", "leader", 7, queued=True)]
 
 
 class World(builds.World):
@@ -64,8 +62,7 @@ class World(builds.World):
 
     def run(self, road, program, before=(), env=()):
         for name in ("ran", "go"):
-            if os.path.exists(f"{self.root}/{name}"):
-                os.unlink(f"{self.root}/{name}")
+            pathlib.Path(self.root, name).unlink(missing_ok=True)
         hurt = {"before": before, "env": env}
         first = self.build(road, program, **(hurt if road.role != "follower" else {}))
         crew = {"it": first}
@@ -94,11 +91,8 @@ class World(builds.World):
 
     def ran(self):
         """How often the tool was started."""
-        try:
-            with open(self.root + "/ran", encoding="utf-8") as file:
-                return len(file.readlines())
-        except FileNotFoundError:
-            return 0
+        file = pathlib.Path(self.root, "ran")
+        return len(file.read_bytes().splitlines()) if file.exists() else 0
 
     def next(self, program):
         """What the build after it met."""
@@ -138,11 +132,6 @@ def ended(build):
     return build.process.poll() is not None
 
 
-def sentences(err):
-    """What qv itself said."""
-    return re.findall(rb"^quorvel: (.+)$", err, re.M)
-
-
 def judge_hurt(road, got, trial):
     losing = trial.call in ("write", "writev", "read")
     if got.status is None:
@@ -168,7 +157,7 @@ def judge_other(road, got):
 def whole(got):
     """All of it; behind a piece of it, where somebody else's build was followed to its early end."""
     anew = any(b"so this one is building for itself" in said or b"can no longer be followed" in said
-               for said in sentences(got.err))
+               for said in re.findall(rb"^quorvel: (.+)$", got.err, re.M))
     piece = got.out[:-len(OUT)]
     return piece + OUT if anew and OUT.startswith(piece) else OUT
 

@@ -5,7 +5,7 @@ nothing else, and ends with 3. Its record and its seat are the old or the new on
 bridge is asked to change it is asked once.
 """
 import json
-import os
+import pathlib
 import re
 import subprocess
 from dataclasses import dataclass
@@ -69,6 +69,7 @@ ROADS = [
     Road("join", ("join", "CODE"), changes="join_thread", warnings=COULD_NOT_STORE),
     Road("secret", ("secret", "exec", "A"), status=42),
 ]
+CRASHES = [road for road in ROADS if road.name in ("claim", "wait", "whoami", "join")]
 
 
 class Bridge(scenarios.Server):
@@ -93,39 +94,36 @@ class Bridge(scenarios.Server):
 
 class World:
     def __init__(self, folder, _):
-        self.home = folder
+        self.home = pathlib.Path(folder)
         self.bridges = [Bridge(name, folder) for name in scenarios.BRIDGES]
         for bridge in self.bridges:
             bridge.start()
-        with open(folder + "/broker", "w", encoding="utf-8") as broker:
-            broker.write('#!/bin/sh\necho ran >> "$HOME/ran"\necho "$@"\nexit 42\n')
-        os.chmod(folder + "/broker", 0o700)
+        self.put("broker", b'#!/bin/sh\necho ran >> "$HOME/ran"\necho "$@"\nexit 42\n', 0o700)
         board, notes = self.bridges
         self.env = {"HOME": folder, "TMPDIR": folder, "PATH": "/usr/bin:/bin", "QUORVEL_SESSION_ID": scenarios.SESSION,
                     "QUORVEL_COLLAB_SOCKET": board.path, "QUORVEL_MCP_SOCKET": notes.path,
                     "QUORVEL_SECRET_BIN": folder + "/broker"}
 
+    def put(self, path, content, rights):
+        (self.home / path).write_bytes(content)
+        (self.home / path).chmod(rights)
+
     def reset(self):
-        for path in list(self.files()) + ["ran"]:
-            if os.path.exists(f"{self.home}/{path}"):
-                os.unlink(f"{self.home}/{path}")
-        os.makedirs(f"{self.home}/cli-state", mode=0o700, exist_ok=True)
-        with open(f"{self.home}/{RECORD}", "wb") as record:
-            record.write(OLD_RECORD)
-        os.chmod(f"{self.home}/{RECORD}", 0o600)
+        for path in self.files():
+            (self.home / path).unlink(missing_ok=True)
+        (self.home / "cli-state").mkdir(mode=0o700, exist_ok=True)
+        self.put(RECORD, OLD_RECORD, 0o600)
         for bridge in self.bridges:
             bridge.asked, bridge.denied, bridge.faults = [], False, []
 
     def files(self):
         """What there is of records and seats: path, rights and content."""
-        found = {}
-        for folder in ("cli-state", os.path.dirname(SEAT)):
-            for name in os.listdir(f"{self.home}/{folder}") if os.path.isdir(f"{self.home}/{folder}") else []:
-                with open(f"{self.home}/{folder}/{name}", "rb") as file:
-                    found[f"{folder}/{name}"] = (os.fstat(file.fileno()).st_mode & 0o777, file.read())
-        return found
+        return {str(file.relative_to(self.home)): (file.stat().st_mode & 0o777, file.read_bytes())
+                for place in (RECORD, SEAT) for file in (self.home / place).parent.glob("*")}
 
     def once(self, road, program, before=(), env=()):
+        ran = self.home / "ran"
+        ran.unlink(missing_ok=True)
         process = subprocess.Popen([*before, program, *road.command], env={**self.env, **dict(env)}, cwd=self.home,
                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         try:
@@ -134,12 +132,8 @@ class World:
             process.kill()
             process.communicate()
             return None
-        ran = 0
-        if os.path.exists(self.home + "/ran"):
-            with open(self.home + "/ran", encoding="utf-8") as file:
-                ran = len(file.readlines())
-        return SimpleNamespace(status=process.returncode, out=out.decode(), err=err.decode(),
-                               files=self.files(), ran=ran,
+        return SimpleNamespace(status=process.returncode, out=out.decode(), err=err.decode(), files=self.files(),
+                               ran=len(ran.read_bytes().splitlines()) if ran.exists() else 0,
                                asked=[method for bridge in self.bridges for method in bridge.asked],
                                denied=any(bridge.denied for bridge in self.bridges))
 
@@ -164,10 +158,6 @@ class World:
 
     def judge_next(self, road, good, trial):
         """The same command again, in what a killed one left."""
-        for bridge in self.bridges:
-            bridge.asked = []
-        if os.path.exists(self.home + "/ran"):
-            os.unlink(self.home + "/ran")
         again = self.once(road, trial.program)
         if again is None or (again.status, again.out, again.err) != (good.status, good.out, good.err):
             yield f"the next one: {again}"

@@ -38,10 +38,8 @@ import client_roads  # noqa: E402
 
 DEVELOPED, SHIPPED = ROOT + "/build/dev/qv", ROOT + "/build/release/qv"
 STARVE = ROOT + "/build/dev/libstarve.so"  # for programs that load their C library
-ROADS = {road.name: (rooms, road) for rooms in (client_roads, build_roads) for road in rooms.ROADS}
-CRASHES = {road.name: (rooms, road) for rooms, roads in
-           ((client_roads, [road for road in client_roads.ROADS if road.name in ("claim", "whoami", "wait", "join")]),
-            (build_roads, build_roads.CRASHES)) for road in roads}
+ROADS, CRASHES = ({road.name: (rooms, road) for rooms in (client_roads, build_roads) for road in getattr(rooms, roads)}
+                  for roads in ("ROADS", "CRASHES"))
 KINDS = ("as without it", "in a sentence", "killed", "not reached", "finding")
 
 
@@ -79,13 +77,13 @@ def begin(folder, seconds):
 def world_of(rooms):
     if rooms not in worlds:
         worlds[rooms] = rooms.World(tempfile.mkdtemp(), tried_program), {}
-    return worlds[rooms][0]
+    return worlds[rooms]
 
 
 def good_run(trial):
     """The road without a fault, which is tried once in each world."""
     rooms, road = road_of(trial)
-    world, goods = world_of(rooms), worlds[rooms][1]
+    world, goods = world_of(rooms)
     if (road.name, trial.program) not in goods:
         good = world.run(road, trial.program)
         faults, _ = world.judge(road, good, good, trial._replace(error="none"))
@@ -95,16 +93,18 @@ def good_run(trial):
     return goods[road.name, trial.program]
 
 
-def list_calls(kind, name):
+def list_trials(kind_and_road):
     """Every trial that a road gives rise to."""
+    kind, name = kind_and_road
     first = Trial(kind, name, calls.MAIN, "", 0, "", False)
     rooms, road = road_of(first)
     good_run(first)
     if kind == "memory":
+        _, count = starve(first, "count")
         return [first._replace(call="allocation", number=number, lasting=lasting)
-                for number in range(1, count_allocations(rooms, road) + 1) for lasting in (False, True)]
+                for number in range(1, count + 1) for lasting in (False, True)]
     strace = calls.Strace("-f", *calls.LET_GO)
-    world_of(rooms).run(road, first.program, strace.command)
+    world_of(rooms)[0].run(road, first.program, strace.command)
     trials = []
     for tracee, name, number in calls.calls_of(strace.told()):
         if name not in calls.ERRORS_OF and name not in calls.SAFE:
@@ -119,14 +119,12 @@ def list_calls(kind, name):
     return trials
 
 
-def count_allocations(rooms, road):
+def starve(trial, when):
+    """What came of the road, and how many allocations starve.cpp tells of."""
+    rooms, road = road_of(trial)
     with tempfile.NamedTemporaryFile() as told:
-        world_of(rooms).run(road, DEVELOPED, env=starving("count", told.name))
-        return len(told.read())
-
-
-def starving(when, told):
-    return {"LD_PRELOAD": STARVE, "STARVE_AT": str(when), "STARVE_TELL": told}
+        env = {"LD_PRELOAD": STARVE, "STARVE_AT": when, "STARVE_TELL": told.name}
+        return world_of(rooms)[0].run(road, trial.program, env=env), len(told.read())
 
 
 def try_out(trial):
@@ -134,13 +132,11 @@ def try_out(trial):
     if deadline and time.monotonic() > deadline:
         return None
     rooms, road = road_of(trial)
-    world = world_of(rooms)
+    world, _ = world_of(rooms)
     good = good_run(trial)
     start = time.monotonic()
     if trial.kind == "memory":
-        with tempfile.NamedTemporaryFile() as told:
-            got = world.run(road, trial.program, env=starving(f"{trial.number}{'+' * trial.lasting}", told.name))
-            hit = bool(told.read())
+        got, hit = starve(trial, f"{trial.number}{'+' * trial.lasting}")
     else:
         strace = calls.around(trial)
         got = world.run(road, trial.program, strace.command)
@@ -153,10 +149,6 @@ def try_out(trial):
     return trial, kind, faults, time.monotonic() - start
 
 
-def listed(kind_and_road):
-    return list_calls(*kind_and_road)
-
-
 # --- All of it.
 
 
@@ -167,8 +159,7 @@ def main():
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     folder = tempfile.mkdtemp(prefix="qv-faults-", dir="/tmp")
     try:
-        seconds = None if options.all else options.seconds
-        with multiprocessing.Pool(options.jobs, begin, (folder, seconds)) as pool:
+        with multiprocessing.Pool(options.jobs, begin, (folder, not options.all and options.seconds)) as pool:
             sys.exit(sweep(options, pool))
     finally:
         shutil.rmtree(folder, ignore_errors=True)
@@ -191,7 +182,8 @@ def sweep(options, pool):
     wanted = [(kind, name) for kind in ("fault", "crash", "memory") if options.kind in (None, kind)
               for name in (CRASHES if kind == "crash" else ROADS)
               if not options.only or options.only.startswith(name)]
-    trials = [trial for some in pool.imap_unordered(listed, wanted) for trial in some if options.only in str(trial)]
+    trials = [trial for listed in pool.imap_unordered(list_trials, wanted) for trial in listed
+              if options.only in str(trial)]
     print(f"{len(trials)} trials, seed {options.seed}", flush=True)
     random.Random(options.seed).shuffle(trials)
     counts = collections.defaultdict(collections.Counter)

@@ -2,14 +2,14 @@
 // is not kept. Then the seed is printed, and what happened in the shortest world of that seed
 // in which it is not kept either.
 //
-//   simulation SECONDS [SEED]        starts with a seed of the clock's without one
+//   simulation SECONDS [SEED]        starts with a seed of its own without one
 //   simulation --seed SEED ACTS      tells that world's story
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
+#include <string>
 
 #include "world.h"
 
@@ -17,31 +17,24 @@ namespace {
 
 using namespace qv::build::simulation;
 
-std::optional<std::string> broken_in(std::uint64_t seed, std::size_t acts) {
-  World world(seed, acts, false);
+// The promise that is not kept; empty when all are.
+std::string broken_in(World& world) {
   try {
     world.live();
   } catch (const Broken& promise) {
     return promise.what;
   }
-  return std::nullopt;
+  return "";
 }
 
 int tell(std::uint64_t seed, std::size_t acts) {
   World world(seed, acts, true);
-  std::string end = "every promise was kept";
-  try {
-    world.live();
-  } catch (const Broken& promise) {
-    end = promise.what;
-  }
+  const std::string broken = broken_in(world);
   for (const std::string& line : world.story()) std::printf("%s\n", line.c_str());
   std::printf("seed %llu, %zu acts: %s\n", static_cast<unsigned long long>(seed), acts,
-              end.c_str());
+              broken.empty() ? "every promise was kept" : broken.c_str());
   return 1;
 }
-
-std::size_t acts_of(std::uint64_t seed) { return 5 + Random(seed).below(45); }
 
 }  // namespace
 
@@ -51,9 +44,7 @@ int main(int argc, char** argv) {
   }
   const double seconds = argc > 1 ? std::atof(argv[1]) : 5;
   using Clock = std::chrono::steady_clock;
-  const auto clock = std::chrono::system_clock::now().time_since_epoch();
-  std::uint64_t seed =
-      argc > 2 ? std::strtoull(argv[2], nullptr, 10) : static_cast<std::uint64_t>(clock.count());
+  std::uint64_t seed = argc > 2 ? std::strtoull(argv[2], nullptr, 10) : std::random_device()();
   const auto end = Clock::now() + std::chrono::duration<double>(seconds);
   std::size_t worlds = 0;
   std::size_t steps = 0;
@@ -61,13 +52,14 @@ int main(int argc, char** argv) {
   std::size_t followed = 0;
   std::printf("from seed %llu on\n", static_cast<unsigned long long>(seed));
   for (; Clock::now() < end; ++seed, ++worlds) {
-    const std::size_t acts = acts_of(seed);
+    const std::size_t acts = 5 + Random(seed).below(45);
     World world(seed, acts, false);
-    try {
-      world.live();
-    } catch (const Broken&) {
+    if (!broken_in(world).empty()) {
       std::size_t fewest = 0;
-      while (fewest < acts && !broken_in(seed, fewest)) ++fewest;
+      for (; fewest < acts; ++fewest) {
+        World shorter(seed, fewest, false);
+        if (!broken_in(shorter).empty()) break;
+      }
       return tell(seed, fewest);
     }
     steps += world.steps();

@@ -15,14 +15,11 @@ namespace {
 
 constexpr double kLongestWithoutMovement = 5;
 constexpr double kLockPause = 0.05;
-constexpr double kStoppedSeconds = 2;
 
 class Held final : public BuildLedger::Lock {
  public:
   Held(Shelf& shelf, const Build& build) : shelf_(shelf) { shelf_.locked_by = &build; }
   ~Held() override { shelf_.locked_by = nullptr; }
-  Held(const Held&) = delete;
-  Held& operator=(const Held&) = delete;
 
  private:
   Shelf& shelf_;
@@ -76,11 +73,10 @@ std::vector<LiveLease> LedgerInMemory::read_live(double now) {
     entry = shelf.leases.erase(entry);
   }
   std::erase_if(known_, [&](const auto& entry) { return !shelf.leases.contains(entry.first); });
-  std::vector<pid_t> orphaned;
-  for (const auto& [pid, log] : shelf.logs) {
-    if (!shelf.leases.contains(pid) && !world_.process(pid)) orphaned.push_back(pid);
+  for (auto log = shelf.logs.begin(); log != shelf.logs.end();) {
+    const pid_t pid = (log++)->first;
+    if (!shelf.leases.contains(pid) && !world_.process(pid)) shelf.remove_log(pid);
   }
-  for (const pid_t pid : orphaned) shelf.remove_log(pid);
   if (live.size() > 1) {  // in no order that means anything
     std::rotate(live.begin(),
                 live.begin() + static_cast<std::ptrdiff_t>(world_.random.below(live.size())),

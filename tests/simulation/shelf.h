@@ -14,6 +14,8 @@ namespace qv::build::simulation {
 class Build;
 class World;
 
+constexpr double kStoppedSeconds = 2;  // before nobody waits for a stopped build any more
+
 struct LeaseFile {
   BuildLease lease;
   double changed_at_wall = 0;

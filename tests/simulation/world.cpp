@@ -14,7 +14,6 @@ constexpr std::uint64_t kGiB = std::uint64_t{1} << 30;
 constexpr std::size_t kMostBuilds = 12;
 constexpr std::size_t kMostSteps = 1'000'000;
 constexpr double kStandstill = 600;
-constexpr double kStoppedSeconds = 2;
 constexpr int kCritical = 4;
 
 // The order of the queue, told once more.

@@ -7,14 +7,28 @@
 
 #include <memory>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
 #include "builds/queueing.h"
-#include "random.h"
 #include "shelf.h"
 
 namespace qv::build::simulation {
+
+// Chance, the same on every system for the same seed.
+class Random {
+ public:
+  explicit Random(std::uint64_t seed) : numbers_(seed) {}
+
+  std::uint64_t below(std::uint64_t count) { return numbers_() % count; }
+  double fraction() { return static_cast<double>(numbers_() >> 11U) / 9007199254740992.0; }
+  double between(double low, double high) { return low + (high - low) * fraction(); }
+  bool chance(double probability) { return fraction() < probability; }
+
+ private:
+  std::mt19937_64 numbers_;
+};
 
 // Goes through the code of a build that is killed.
 struct Killed {};
