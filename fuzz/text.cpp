@@ -88,9 +88,6 @@ void try_input(std::string_view bytes) {
   promise_same(text::joined(text::split(bytes, ','), ","), bytes, "pieces join again");
   promise(text::find_byte(bytes, ',') == bytes.find(','), "a byte is found", bytes);
 
-  const std::string_view one = bytes.substr(0, bytes.size() / 2);
-  const std::string_view other = bytes.substr(one.size());
-  promise(text::same_word(one, other) == (one == other), "words are compared", bytes);
   for (const auto slashes : {json::Slashes::plain, json::Slashes::escaped}) {
     std::string quoted;
     json::append_text(quoted, text, slashes);

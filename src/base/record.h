@@ -28,7 +28,7 @@
 
 #include "base/json.h"
 #include "base/record_list.h"
-#include "base/text.h"
+#include "base/word_index.h"
 
 namespace qv::record {
 
@@ -182,43 +182,24 @@ inline constexpr auto slots = []<std::size_t... I>(std::index_sequence<I...>) {
 }
 (std::make_index_sequence<std::tuple_size_v<decltype(Schema<T>::fields)>>{});
 
-// The fields by the lengths of their keys, of which few are equal: those of length n stand from
-// `first[n]` up to `first[n + 1]`.
 template <class T>
-inline constexpr auto by_key_length = [] {
-  constexpr std::size_t kLongest = std::ranges::max(slots<T>, {}, [](const Slot<T>& slot) {
-                                     return slot.key.size();
-                                   }).key.size();
-  struct {
-    std::array<std::uint8_t, kLongest + 2> first{};
-    std::array<std::uint8_t, slots<T>.size()> fields{};
-  } all;
-  std::uint8_t placed = 0;
-  for (std::size_t length = 0; length <= kLongest; ++length) {
-    for (std::size_t i = 0; i < slots<T>.size(); ++i) {
-      if (slots<T>[i].key.size() == length) all.fields[placed++] = static_cast<std::uint8_t>(i);
-    }
-    all.first[length + 1] = placed;
-  }
-  return all;
+inline constexpr auto keys = [] {
+  std::array<std::string_view, slots<T>.size()> all{};
+  std::ranges::transform(slots<T>, all.begin(), &Slot<T>::key);
+  return WordIndex(all);
 }();
 
 template <class T>
 bool read_record(json::Value value, T* out) {
   constexpr auto& table = slots<T>;
-  constexpr auto& lengths = by_key_length<T>;
   static_assert(table.size() <= 64);
   if (!value.is(json::Kind::object)) return false;
   std::uint64_t seen = 0;
   for (const auto& [key, member] : value.members()) {
-    if (key.size() + 1 >= lengths.first.size()) continue;
-    for (std::size_t at = lengths.first[key.size()]; at < lengths.first[key.size() + 1]; ++at) {
-      const std::size_t i = lengths.fields[at];
-      if (!text::same_word(table[i].key, key)) continue;
-      if (!table[i].read(member, out)) return false;
-      seen |= std::uint64_t{1} << i;
-      break;
-    }
+    const std::size_t i = keys<T>.find(key);
+    if (i == table.size()) continue;
+    if (!table[i].read(member, out)) return false;
+    seen |= std::uint64_t{1} << i;
   }
   for (std::size_t i = 0; i < table.size(); ++i) {
     if ((seen & (std::uint64_t{1} << i)) != 0) continue;

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,25 +13,6 @@ namespace qv::text {
 // Where the byte stands first; npos without it. For long texts, which a C library may search
 // byte by byte.
 [[nodiscard]] std::size_t find_byte(std::string_view bytes, char byte);
-
-// Whether two short texts are equal, for where a call would cost more than to compare them.
-[[nodiscard]] inline bool same_word(std::string_view a, std::string_view b) {
-  constexpr std::size_t kStep = 8;
-  const auto step = [](std::string_view text, std::size_t at) {
-    std::uint64_t bytes = 0;
-    std::memcpy(&bytes, text.data() + at, kStep);
-    return bytes;
-  };
-  if (a.size() != b.size()) return false;
-  std::size_t i = 0;
-  for (; i + kStep <= a.size(); i += kStep) {
-    if (step(a, i) != step(b, i)) return false;
-  }
-  for (; i < a.size(); ++i) {
-    if (a[i] != b[i]) return false;
-  }
-  return true;
-}
 
 [[nodiscard]] bool is_utf8(std::string_view bytes);
 

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+namespace qv {
+
+// A few words that are known when the program is compiled, each found by its length, which few
+// of them share.
+template <std::size_t N>
+class WordIndex {
+ public:
+  static constexpr std::size_t kNone = N;
+
+  explicit constexpr WordIndex(const std::array<std::string_view, N>& words) : words_(words) {
+    std::uint8_t placed = 0;
+    for (std::size_t length = 0; length <= kLongest; ++length) {
+      for (std::size_t i = 0; i < N; ++i) {
+        if (words[i].size() == length) order_[placed++] = static_cast<std::uint8_t>(i);
+      }
+      first_[length + 1] = placed;
+    }
+    if (placed != N) throw "a word is too long";  // when compiled
+  }
+
+  // Where the word stands among them; kNone when it is none of them.
+  [[nodiscard]] std::size_t find(std::string_view word) const {
+    if (word.size() > kLongest) return kNone;
+    for (std::size_t at = first_[word.size()]; at < first_[word.size() + 1]; ++at) {
+      if (same(words_[order_[at]], word)) return order_[at];
+    }
+    return kNone;
+  }
+
+ private:
+  static constexpr std::size_t kLongest = 63;
+  static_assert(N < 256);
+
+  // Whether two words of one length are equal. A call would cost more than to compare them.
+  static bool same(std::string_view a, std::string_view b) {
+    constexpr std::size_t kStep = 8;
+    const auto step = [](std::string_view text, std::size_t at) {
+      std::uint64_t bytes = 0;
+      std::memcpy(&bytes, text.data() + at, kStep);
+      return bytes;
+    };
+    std::size_t i = 0;
+    for (; i + kStep <= a.size(); i += kStep) {
+      if (step(a, i) != step(b, i)) return false;
+    }
+    for (; i < a.size(); ++i) {
+      if (a[i] != b[i]) return false;
+    }
+    return true;
+  }
+
+  std::array<std::string_view, N> words_;
+  std::array<std::uint8_t, N> order_{};             // by length
+  std::array<std::uint8_t, kLongest + 2> first_{};  // in that order, of each length
+};
+
+}  // namespace qv
