@@ -66,7 +66,10 @@ class Panes(unittest.TestCase):
     def run_pane(self, script):
         """What the script prints in the first pane of a fresh sandbox."""
         pane = self.start("--", "bash", "-c", script)
-        out, err = pane.communicate(timeout=GIVE_UP_AFTER)
+        try:
+            out, err = pane.communicate(timeout=GIVE_UP_AFTER)
+        except subprocess.TimeoutExpired as stuck:
+            self.fail(f"stuck after {stuck.output}, {stuck.stderr}")
         self.assertEqual(pane.returncode, 0, err)
         return out
 
