@@ -7,6 +7,8 @@
 #include <array>
 #include <charconv>
 #include <cstring>
+#include <deque>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -158,27 +160,18 @@ class Printer {
   std::string rest() { return out_.rest(); }
 
  private:
-  static constexpr std::size_t kAddedOrder = static_cast<std::size_t>(-1);
-
-  struct Row {
-    Row(std::string_view its_key, Value its_value, std::size_t its_order)
-        : key(its_key), value(its_value), order(its_order) {
-      for (std::size_t i = 0; i < sizeof start; ++i) {
-        start = start << 8U | (i < key.size() ? static_cast<unsigned char>(key[i]) : 0U);
-      }
-    }
-
-    // By the bytes of the key, of which the first eight usually decide.
-    bool operator<(const Row& other) const {
-      if (start != other.start) return start < other.start;
-      const int by_key = key.compare(other.key);
-      return by_key != 0 ? by_key < 0 : order < other.order;
-    }
-
-    std::string_view key;
-    Value value;
-    std::size_t order;  // of two equal keys, the later one stands
-    std::uint64_t start = 0;
+  // What stands before each value of an object. The objects of a list mostly have the same keys
+  // in the same order, so the last object of each depth tells how the next one is printed.
+  struct Shape {
+    struct Line {
+      std::string_view key;
+      std::size_t member;  // its place among the members as they came
+      std::size_t end;     // of its text in `text`
+    };
+    bool sorted = false;
+    std::vector<std::string_view> keys;  // as they came
+    std::vector<Line> lines;             // as they are printed
+    std::string text;                    // of one line after the other: its comma, indent and key
   };
 
   void append(Value value, std::size_t depth) {
@@ -203,60 +196,90 @@ class Printer {
     out_ += '[';
     bool first = true;
     for (const Value element : array.elements()) {
-      start_line(!std::exchange(first, false), depth + 1);
+      start_line(out_, !std::exchange(first, false), depth + 1);
       append(element, depth + 1);
     }
     finish(first, depth, ']');
   }
 
   void append_object(Value object, std::size_t depth) {
-    const std::size_t base = rows_.size();  // rows_ serves all levels, like a stack
-    for (const auto& member : object.members()) {
-      rows_.emplace_back(member.key, member.value, rows_.size());
+    if (shapes_.size() <= depth) shapes_.resize(depth + 1);
+    Shape& shape = shapes_[depth];
+    const std::size_t base = values_.size();  // values_ serves all levels, like a stack
+    bool same = shape.sorted != keeps_order_;
+    const auto add = [&](std::string_view key, Value value) {
+      const std::size_t i = values_.size() - base;
+      values_.push_back(value);
+      if (same && i < shape.keys.size() && shape.keys[i] == key) return;
+      same = false;
+      shape.keys.resize(i);
+      shape.keys.push_back(key);
+    };
+    for (const auto& member : object.members()) add(member.key, member.value);
+    if (depth == 0 && added_) add(added_->key, added_->value);
+    if (!same || shape.keys.size() != values_.size() - base) {
+      shape.keys.resize(values_.size() - base);
+      arrange(shape, depth + 1);
     }
-    if (depth == 0 && added_) rows_.emplace_back(added_->key, added_->value, kAddedOrder);
-    const std::size_t end = rows_.size();
-    if (!keeps_order_) {
-      std::sort(rows_.begin() + static_cast<std::ptrdiff_t>(base), rows_.end());
-    }
+
     out_ += '{';
-    bool first = true;
-    for (std::size_t i = base; i < end; ++i) {
-      if (i + 1 < end && rows_[i + 1].key == rows_[i].key) continue;
-      start_line(!std::exchange(first, false), depth + 1);
-      append_member(rows_[i], depth + 1);
+    std::size_t start = 0;
+    for (const auto& line : shape.lines) {
+      out_ += std::string_view(shape.text).substr(start, line.end - start);
+      start = line.end;
+      const bool outer = std::exchange(keeps_order_, keeps_order_ || line.member == object.size());
+      append(values_[base + line.member], depth + 1);
+      keeps_order_ = outer;
     }
-    rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(base), rows_.end());
-    finish(first, depth, '}');
+    values_.erase(values_.begin() + static_cast<std::ptrdiff_t>(base), values_.end());
+    finish(shape.lines.empty(), depth, '}');
   }
 
-  void append_member(Row row, std::size_t depth) {
-    put_text(out_, row.key, Slashes::plain);
-    out_ += multiline_ ? std::string_view(": ") : ":";
-    const bool outer = std::exchange(keeps_order_, keeps_order_ || row.order == kAddedOrder);
-    append(row.value, depth);
-    keeps_order_ = outer;
+  // Works out the lines of an object from its keys; of equal ones the last one stands.
+  void arrange(Shape& shape, std::size_t depth) {
+    shape.sorted = !keeps_order_;
+    shape.lines.clear();
+    for (const std::string_view key : shape.keys)
+      shape.lines.push_back({key, shape.lines.size(), 0});
+    if (shape.sorted) {
+      std::sort(shape.lines.begin(), shape.lines.end(), [](const auto& a, const auto& b) {
+        return std::tie(a.key, a.member) < std::tie(b.key, b.member);
+      });
+    }
+    const auto last = std::unique(shape.lines.rbegin(), shape.lines.rend(),
+                                  [](const auto& a, const auto& b) { return a.key == b.key; });
+    shape.lines.erase(shape.lines.begin(), last.base());
+    shape.text.clear();
+    for (auto& line : shape.lines) {
+      start_line(shape.text, !shape.text.empty(), depth);
+      put_text(shape.text, line.key, Slashes::plain);
+      shape.text += multiline_ ? ": " : ":";
+      line.end = shape.text.size();
+    }
   }
 
-  void start_line(bool after_another, std::size_t depth) {
-    if (after_another) out_ += ',';
-    if (multiline_) new_line(depth);
+  template <class Out>
+  void start_line(Out& out, bool after_another, std::size_t depth) {
+    if (after_another) out += ',';
+    if (multiline_) new_line(out, depth);
   }
 
   void finish(bool empty, std::size_t depth, char bracket) {
-    if (multiline_ && !empty) new_line(depth);
+    if (multiline_ && !empty) new_line(out_, depth);
     out_ += bracket;
   }
 
-  void new_line(std::size_t depth) {
+  template <class Out>
+  static void new_line(Out& out, std::size_t depth) {
     constexpr std::string_view kBlanks = "\n                                ";
     const std::size_t width = 1 + depth * 2;
-    out_ += kBlanks.substr(0, width);
-    for (std::size_t i = kBlanks.size(); i < width; ++i) out_ += ' ';
+    out += kBlanks.substr(0, width);
+    for (std::size_t i = kBlanks.size(); i < width; ++i) out += ' ';
   }
 
   Pieces out_;
-  std::vector<Row> rows_;
+  std::deque<Shape> shapes_;   // of each depth
+  std::vector<Value> values_;  // of the objects under way
   bool multiline_;
   bool keeps_order_ = false;  // inside the member that was added
   std::optional<AddedMember> added_;

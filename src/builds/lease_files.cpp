@@ -28,6 +28,9 @@ namespace {
 
 constexpr off_t kLargestLease = off_t{64} << 10;
 
+// Fewer leases are read under the lock as quickly as it takes to look whether they changed.
+constexpr std::size_t kMany = 8;
+
 // A file changed this recently may change once more within the clock's grain, so what was
 // read of it is not kept.
 constexpr double kClockGrainSeconds = 0.05;
@@ -61,7 +64,9 @@ double FileState::age() const {
 }
 
 void LeaseFiles::look_ahead(LiveProcesses& processes, double now) {
-  for (const std::string& name : names()) find_out(name, processes, now);
+  const std::vector<std::string> names = this->names();
+  if (names.size() < kMany) return;
+  for (const std::string& name : names) find_out(name, processes, now);
 }
 
 std::vector<LeaseFiles::Found> LeaseFiles::read(LiveProcesses& processes, double now) {

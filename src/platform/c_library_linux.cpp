@@ -6,6 +6,18 @@
 #include <gnu/libc-version.h>
 #endif
 
+#ifdef _LIBCPP_VERSION
+#include <cstddef>
+
+// Libc++ would tell the type of an exception that nobody catches the way it is written in the
+// source. Here none gets that far, and to know how would make up a tenth of the program and of
+// what is done before it starts.
+extern "C" char* __cxa_demangle(const char*, char*, std::size_t*, int* status) {
+  *status = -1;
+  return nullptr;
+}
+#endif
+
 namespace qv::platform {
 
 std::string c_library() {

@@ -97,6 +97,16 @@ TEST(JSON, OfEqualKeysTheLastStandsAndAnAddedMemberReplaces) {
             "\n  \"kind\": \"k\"\n}");
 }
 
+TEST(JSON, TellsObjectsOfOneDepthApart) {
+  const auto value = json::parse(
+      R"([{"b":1,"a":{"y":0,"x":0}},{"b":2,"a":{"x":0,"y":0}},{"b":3},{},{"b":4,"a":5,"0":6},)"
+      R"({"a":7,"b":8},{"a":9,"c":0},{"a":9,"a":0}])");
+  ASSERT_TRUE(value);
+  EXPECT_EQ(json::compact(*value),
+            R"([{"a":{"x":0,"y":0},"b":1},{"a":{"x":0,"y":0},"b":2},{"b":3},{},)"
+            R"({"0":6,"a":5,"b":4},{"a":7,"b":8},{"a":9,"c":0},{"a":0}])");
+}
+
 TEST(JSON, PrintsALongTextInPartsThatMakeTheWhole) {
   std::string list = "[0";
   for (const std::size_t length : {1U, 40'000U, 7U, 32'700U, 50U, 100'000U}) {
