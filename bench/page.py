@@ -70,7 +70,8 @@ def program(qv):
     size = f"{os.path.getsize(qv) / 1024:,.0f} KiB"
     needed = re.findall(r"NEEDED.*\[(.*)\]", output_of("readelf", "-d", qv))
     linkage = "with " + ", ".join(needed) if needed else "static"
-    compilers = re.findall(r"\]\s+(.*(?:clang|GCC).*)", output_of("readelf", "-p", ".comment", qv))
+    comment = output_of("readelf", "-p", ".comment", qv)
+    compilers = re.findall(r"\]\s+(.*(?:clang|GCC).*?)(?: \(http.*)?$", comment, re.M)
     facts = [output_of(qv, "--version").strip(), size]
     return ", ".join(facts + ([linkage] if sys.platform != "darwin" else []) + compilers[:1])
 

@@ -43,11 +43,25 @@ void check_buckets(json::Value reply, const TaskList& tasks, std::string_view re
   promise(again && again->root().member("buckets"), "the buckets are added", printed);
 }
 
+// A long reply is read while it arrives, in whatever pieces.
+void check_pieces(std::string_view text, const std::optional<json::Document>& whole) {
+  std::string source(text);
+  const std::size_t step = 1 + text.size() % 97;
+  json::Reader reader;
+  for (std::size_t size = step; size < text.size(); size += step)
+    reader.read({source.data(), size});
+  const auto read = reader.finish(source);
+  promise(read.has_value() == whole.has_value(), "pieces of a reply are one reply", text);
+  if (read)
+    promise_same(json::compact(*read), json::compact(*whole), "it reads the same in pieces");
+}
+
 }  // namespace
 
 void try_input(std::string_view bytes) {
   auto [text, choices] = reply_of<TeamworkResponse>(bytes);
   const auto reply = json::parse(text);
+  check_pieces(text, reply);
   if (!reply) return;
   check_json(*reply);
   TeamworkResponse response;
