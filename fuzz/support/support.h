@@ -13,6 +13,7 @@
 
 #include "base/json.h"
 #include "base/record.h"
+#include "base/text.h"
 
 namespace qv::fuzz {
 
@@ -125,8 +126,8 @@ void for_each_text(T& in, const Visit& visit, std::string_view key = {}) {
 template <record::Record T, class Show>
 void check_rows(const T& in, const Show& show, std::initializer_list<std::string_view> kept) {
   T flat = in;
-  for_each_text(flat, [&](std::string_view key, std::string& text) {
-    if (std::ranges::find(kept, key) == kept.end()) text::put_on_one_line(text);
+  for_each_text(flat, [&](std::string_view key, std::string& value) {
+    if (std::ranges::find(kept, key) == kept.end()) text::put_on_one_line(value);
   });
   const std::string shown = show(in);
   const std::string expected = show(flat);
