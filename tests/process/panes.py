@@ -1,7 +1,6 @@
 """Panes of a practice app, for the tests that play in one."""
 import os
 import re
-import socket
 import subprocess
 import sys
 import tempfile
@@ -51,11 +50,6 @@ class Panes(unittest.TestCase):
         self.addCleanup(process.communicate)
         self.addCleanup(process.kill)
         return process
-
-    @staticmethod
-    def is_live(instance):
-        with socket.socket(socket.AF_UNIX) as probe:
-            return probe.connect_ex(instance + BOARD) == 0
 
     def play(self, session):
         """What the session's commands print in a fresh sandbox, without what is always there."""

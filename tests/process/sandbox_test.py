@@ -137,8 +137,9 @@ class Sandbox(panes.Panes):
                          "build a b, slot 1\nenv, slot none\n")
 
     def test_others_are_not_delayed_and_not_confused(self):
-        first, second = (self.start("--", "sleep", "120") for _ in range(2))
-        self.until(lambda: sum(self.is_live(each) for each in self.instances()) == 2, "two")
+        first, second = (self.start("--", "sh", "-c", "echo; exec sleep 120") for _ in range(2))
+        for pane in (first, second):
+            self.assertEqual(pane.stdout.readline(), "\n")  # who is killed before leaves a mess
         out, err = self.start("person", "code").communicate()
         self.assertEqual((out, err.count("\n  QV_SANDBOX=" + self.home)), ("", 2), err)
         first.kill()
