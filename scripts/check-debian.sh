@@ -6,6 +6,9 @@
 #   scripts/check-debian.sh bookworm ...   these releases
 #   scripts/check-debian.sh --package FILE bookworm
 #                                          installs, uses and removes a package instead
+#   scripts/check-debian.sh --archive FILE bookworm
+#                                          tests the programs of an archive instead, where
+#                                          there is nothing that they were built with
 #
 # A machine is a folder that debootstrap fills, in which commands run by chroot. It is kept
 # in the user's cache folder, as bare as it was made; each run works in a copy, and shares
@@ -20,19 +23,20 @@ home=/home/builder
 
 main() {
   if [[ ${1:-} == --inside ]]; then
-    check_inside "$2" "$3"
+    shift
+    check_inside "$@"
     return
   fi
-  package=
-  if [[ ${1:-} == --package ]]; then
-    package=$(realpath "$2")
+  made=()
+  if [[ ${1:-} == --package || ${1:-} == --archive ]]; then
+    made=("$1" "$(realpath "$2")")
     shift 2
   fi
   [[ $(uname -s) == Linux ]] || fail "This is for Linux."
   "$project/scripts/setup.sh" --debian
   if [[ $(id -u) -ne 0 ]]; then
     exec sudo env PATH="$PATH" XDG_CACHE_HOME="${cache%/*}" "${BASH_SOURCE[0]}" \
-      ${package:+--package "$package"} "$@"
+      ${made[@]+"${made[@]}"} "$@"
   fi
   if ! apart mount -t proc proc /proc 2>/dev/null; then
     echo "check-debian: skipped, because mounting is not allowed here."
@@ -53,7 +57,7 @@ check() {
   exec 9>"$cache/$release.lock"
   flock 9  # against another run, which would take this copy for what an earlier one left
   remove "$copy"
-  apart "${BASH_SOURCE[0]}" --inside "$release" "$package" >"$log" 2>&1 </dev/null || status=$?
+  apart "${BASH_SOURCE[0]}" --inside "$release" ${made[@]+"${made[@]}"} >"$log" 2>&1 </dev/null || status=$?
   remove "$copy"
   if [[ $status -ne 0 ]]; then
     tail -n 40 "$log" >&2
@@ -69,7 +73,7 @@ apart() {
 }
 
 check_inside() {
-  local bare=$cache/$1 copy=$cache/$1.copy package=$2
+  local bare=$cache/$1 copy=$cache/$1.copy what=${2:-} file=${3:-}
   export PATH="$PATH:/usr/sbin:/sbin"
   mount -t proc proc /proc
   [[ -d $bare ]] || make_bare "$1"
@@ -84,27 +88,41 @@ check_inside() {
 
   chroot "$copy" /usr/sbin/useradd --create-home --home-dir "$home" --shell /bin/bash builder
   mkdir "$copy$home/qv"
-  if [[ -n $package ]]; then
-    try_package
-  else
-    try_readme
-  fi
+  case $what in
+    --package) try_package ;;
+    --archive) try_archive ;;
+    *) try_readme ;;
+  esac
 }
 
-try_readme() {
+give_clone() {
   git clone --quiet --depth 1 --upload-pack 'git -c safe.directory=* upload-pack' \
     "file://$project" "$copy$home/qv"
   chroot "$copy" chown -R builder: "$home/qv"
+}
 
+try_readme() {
+  give_clone
   run_in "$copy" root scripts/setup.sh
   run_in "$copy" builder scripts/demo.sh
   run_in "$copy" builder scripts/test.sh
   run_in "$copy" builder sh -c 'echo "$(g++ --version | head -n 1), $(cmake --version | head -n 1)"'
 }
 
+# What the tests themselves are written in is all that is added.
+try_archive() {
+  give_clone
+  mkdir "$copy$home/qv/dist"
+  cp "$file" "$copy$home/qv/dist/"
+  run_in "$copy" root apt-get update
+  run_in "$copy" root apt-get install --yes --no-install-recommends python3 git
+  run_in "$copy" builder scripts/check-release.sh --here
+  basename "$file"
+}
+
 # Somebody who has only the package: it can be used, and when it is gone, so is all it brought.
 try_package() {
-  cp "$package" "$copy$home/qv/qv.deb"
+  cp "$file" "$copy$home/qv/qv.deb"
   run_in "$copy" root apt-get update
   (cd "$copy" && find usr etc opt | sort) >"$copy/before"
   run_in "$copy" root apt-get install --yes --no-install-recommends ./qv.deb

@@ -3,8 +3,8 @@
 #
 #   scripts/check-release.sh          on Linux: makes the archives twice, from two clones in two
 #                                     folders, and compares them; runs the programs for this
-#                                     machine, also where there is nothing but their archive, and
-#                                     those for the other processor emulated
+#                                     machine, also on a bare Debian and where there is nothing
+#                                     but their archive, and those for the other processor emulated
 #   scripts/check-release.sh --here   only runs the programs for this machine, be it a Mac, out
 #                                     of the archive that lies in dist
 set -euo pipefail
@@ -34,6 +34,7 @@ main() {
   scripts/release.sh
   make_again
   run_tests "$(unpacked "$here")/bin/qv"
+  scripts/check-debian.sh --archive dist/qv-*-"$here".tar.gz bookworm
   run_alone
   run_emulated
 }
