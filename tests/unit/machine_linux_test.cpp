@@ -10,6 +10,7 @@
 
 #include "platform/machine.h"
 #include "platform/process.h"
+#include "platform/process_info.h"
 #include "support.h"
 
 namespace qv::platform {
@@ -98,13 +99,14 @@ TEST(LinuxMachine, ObeysEveryGroupAboveIt) {
   EXPECT_EQ(fake.machine().cores_within_quota(8), 1);
 }
 
-TEST(LinuxMachine, KnowsWhenAProcessStarted) {
+TEST(LinuxMachine, KnowsWhenAProcessStartedAndHow) {
   const auto own = start_time(::getpid());
   ASSERT_TRUE(own.has_value());
   EXPECT_NEAR(*own, static_cast<double>(std::time(nullptr)), 3600);
   EXPECT_EQ(start_time(::getpid()), own);
   EXPECT_EQ(start_time(-1), std::nullopt);
   EXPECT_EQ(start_time(std::numeric_limits<pid_t>::max()), std::nullopt);
+  EXPECT_FALSE(command_line(::getpid()).back().empty());
 }
 
 }  // namespace
