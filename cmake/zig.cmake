@@ -23,6 +23,9 @@ else()
   set(QV_STATIC OFF CACHE BOOL "")
 endif()
 
+# Here each file has to include what it needs, and nothing but the sources decides on the bytes.
+set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
+
 # Whatever is linked, be it to try a flag, gets libraries of its own, which take minutes to make.
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 

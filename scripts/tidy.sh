@@ -10,15 +10,16 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # look_at FILE: says what was found there, and nothing about a file that is clean.
 look_at() {
   local found
-  found=$(clang-tidy --quiet -p build/dev "$1" 2>&1) && return
+  found=$(clang-tidy --quiet -p build/tidy "$1" 2>&1) && return
   echo "$found" | grep -Ev '^[0-9]+ warnings? (generated|treated as error)'
   return 1
 }
 
 scripts/setup.sh --tidy
-cmake --preset dev >/dev/null
+# It cannot read what another compiler has made of headers.
+cmake --preset dev -B build/tidy -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 [[ $# -gt 0 ]] || set -- "$PWD/src/" "$PWD/sandbox/"
-files=$(sed -n 's/^ *"file": "\(.*\)".*/\1/p' build/dev/compile_commands.json |
+files=$(sed -n 's/^ *"file": "\(.*\)".*/\1/p' build/tidy/compile_commands.json |
   grep -E "$(IFS='|' && echo "$*")") || {
   echo "tidy: no file matches." >&2
   exit 1

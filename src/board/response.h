@@ -141,6 +141,7 @@ struct record::Schema<TeamworkResponse> {
 // Compiled once, in response.cpp: a file that reads replies would take longer over these than over
 // all that it is about.
 extern template bool record::decode(json::Value value, TeamworkResponse& out);
+extern template bool record::decode(json::Value value, TeamworkTask& out);
 extern template std::optional<TeamworkResponse> record::from_text(std::string_view text);
 extern template std::string record::to_text(const TeamworkResponse& in, json::Slashes slashes);
 
