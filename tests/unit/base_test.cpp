@@ -244,7 +244,7 @@ TEST(IO, WaitsWhereADescriptorDoesNotBlock) {
   const std::string text(1 << 20, 'x');
   std::thread writer(
       [&, to = Descriptor(ends[1])] { EXPECT_TRUE(OutputStream(to.get()).write_line(text)); });
-  EXPECT_TRUE(io::read_to_end(from.get(), SIZE_MAX) == text + "\n");
+  EXPECT_TRUE(io::read_to_end(from.get(), text.size() + 1) == text + "\n");
   writer.join();
 }
 

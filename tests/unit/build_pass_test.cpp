@@ -55,6 +55,7 @@ TEST_F(Pass, TellsItsLeaseFromWaitToRun) {
       << lease();
   step = pass(8, 4);
   EXPECT_TRUE(std::get<Hold>(step).critical);
+  EXPECT_EQ(candidate_.waits_for, std::vector{other_.pid}) << "of this pass";
   EXPECT_NE(lease().find(R"("reason":"memory")"), std::string::npos);
   step = pass(8);
   EXPECT_EQ(std::get<Start>(step).jobs, 4);

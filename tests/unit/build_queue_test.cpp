@@ -25,7 +25,7 @@ TEST(BuildQueue, IsShownInTheOrderOfTurns) {
       seen(15, 5900, {"qv", "__build", "/opt/xcodebuild", "-scheme", "App", "test"}),
       seen(14, 7000, {"cargo", "--locked", "clippy", "build"}),
       seen(13, 5800, {"/bin/sh", "/opt/go", "vet"}, 1),
-      seen(12, 1000, {"/usr/lib/server", "build"}, 3),
+      seen(12, 2400, {"/usr/lib/server", "build"}, 3),
       seen(11, 5950, {}),
   };
   builds[0].live.lease.focused = true;
@@ -36,7 +36,7 @@ TEST(BuildQueue, IsShownInTheOrderOfTurns) {
   BuildMemory memory{.pressure = 2, .cores = 4, .available = (std::uint64_t{5} << 30) / 2};
   const BuildQueue queue = queue_of(builds, memory, 6000);
   EXPECT_EQ(render(queue), R"(RUNNING
-  12  1h 23m  server           3 jobs                        /src
+  12  1h 00m  server           3 jobs                        /src
   13  3m 20s  go vet           1 job                         /src
 
 WAITING
@@ -57,7 +57,7 @@ WAITING
   later.machine = queue_of({}, memory, 0).machine;
   EXPECT_EQ(
       record::to_text(later),
-      R"({"builds":[{"pid":12,"running":false,"ageSeconds":5001,"tool":"server","folder":"/src",)"
+      R"({"builds":[{"pid":12,"running":false,"ageSeconds":3601,"tool":"server","folder":"/src",)"
       R"("jobs":3,"focused":false,"stopped":false,"ahead":0}],"machine":{"cores":1,"jobsInUse":0,)"
       R"("jobBudget":1,"memoryPressure":"critical","memoryGoverned":false}})");
   EXPECT_EQ(

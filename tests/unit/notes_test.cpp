@@ -127,6 +127,8 @@ TEST(NoteStream, ReadsLikeTheWholeReply) {
       {R"( { "note" :{"content":	"a \"b\" \\ \/ \b\f\r\t.\u000A\u00e9\u20AC\uD83D\ude00é€👩‍👩‍👧 long enough","name":"\\\""} , "kind":"note"} )",
        true},
       {R"({"kind":"note","note":{"name":"n","content":""}})", true},
+      {R"({"kind":"note","note":{"content":"\u007f\u0080\u07ff\u0800\uffff\ud800\udc00","name":"n"}})",
+       true},
       {R"({"kind":"note","note":{"name":"content\":\"","n\/ote":1,"content":"\n"}})", true},
       {R"({"kind":"note","note":{"name":"n","content":"first","content":"last"}})", true},
       {R"({"kind":"note","note":{"name":"n","content":"first","cont\u0065nt":"last"}})", true},
