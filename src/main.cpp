@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "base/io.h"
-#include "base/large_memory.h"
 #include "base/output.h"
 #include "base/trace.h"
 #include "builds/entry.h"
@@ -17,14 +16,12 @@
 #include "cli/dispatch.h"
 #include "command/exit_code.h"
 #include "doctor/command.h"
-#include "platform/memory.h"
 
 namespace {
 
 int run(int argc, char** argv) {
   qv::io::occupy_standard_descriptors();
   qv::trace::begin();
-  qv::large_memory::prepare = qv::platform::prefer_large_pages;
   if (argc > 0 && qv::build::is_shim(argv[0])) return qv::build::run_shim(argv);
   if (argc > 1 && std::strcmp(argv[1], "__build") == 0) return qv::build::run(argv[0], argv + 2);
 

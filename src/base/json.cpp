@@ -17,8 +17,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/large_memory.h"
-
 namespace qv::json {
 
 namespace bj = boost::json;
@@ -104,7 +102,6 @@ class Builder {
     static_cast<void>(document_.nodes_.release());
     document_.nodes_.reset(static_cast<Node*>(larger));
     capacity_ = capacity;
-    large_memory::prepare(larger, capacity * sizeof(Node));
   }
 
   bool open(Kind kind) {

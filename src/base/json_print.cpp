@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/json.h"
+#include "base/text.h"
 
 namespace qv::json {
 
@@ -28,15 +29,14 @@ constexpr auto kSpecial = [] {
 
 // The first position from `i` on where a special byte stands, eight bytes at a time.
 std::size_t plain_run(std::string_view text, std::size_t i) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101;
-  constexpr std::uint64_t kHighs = 0x8080808080808080;
-  const auto has_zero = [](std::uint64_t word) { return (word - kOnes) & ~word & kHighs; };
+  using text::kEachByte;
+  using text::zero_bytes;
   for (; i + 8 <= text.size(); i += 8) {
     std::uint64_t word = 0;
     std::memcpy(&word, text.data() + i, sizeof word);
-    const std::uint64_t below_blank = (word - kOnes * 0x20) & ~word & kHighs;
-    if ((below_blank | has_zero(word ^ kOnes * '"') | has_zero(word ^ kOnes * '\\') |
-         has_zero(word ^ kOnes * '/')) != 0) {
+    const std::uint64_t below_blank = (word - kEachByte * 0x20) & ~word & (kEachByte << 7U);
+    if ((below_blank | zero_bytes(word ^ kEachByte * '"') | zero_bytes(word ^ kEachByte * '\\') |
+         zero_bytes(word ^ kEachByte * '/')) != 0) {
       break;
     }
   }

@@ -141,13 +141,14 @@ std::string mapped(std::string_view text, Map map) {
 }  // namespace
 
 std::size_t find_byte(std::string_view bytes, char byte) {
-  constexpr std::size_t kBlock = 64;
+  const std::uint64_t wanted = kEachByte * static_cast<unsigned char>(byte);
+  std::uint64_t words[4];
   std::size_t position = 0;
-  for (; bytes.size() - position >= kBlock; position += kBlock) {
-    const char* const block = bytes.data() + position;
-    bool found = false;  // without a branch, so that it becomes a few vector instructions
-    for (std::size_t i = 0; i < kBlock; ++i) found |= block[i] == byte;
-    if (found) break;
+  for (; bytes.size() - position >= sizeof words; position += sizeof words) {
+    std::memcpy(words, bytes.data() + position, sizeof words);
+    std::uint64_t found = 0;
+    for (const std::uint64_t word : words) found |= zero_bytes(word ^ wanted);
+    if (found != 0) break;
   }
   return bytes.find(byte, position);
 }

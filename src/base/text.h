@@ -10,6 +10,13 @@
 // Text is UTF-8, and a character is a grapheme cluster: what a person sees as one.
 namespace qv::text {
 
+// Eight bytes at a time, as one word: a word of such bytes is a byte times this, and what
+// zero_bytes gives is zero when none of the eight is.
+inline constexpr std::uint64_t kEachByte = 0x0101010101010101;
+[[nodiscard]] constexpr std::uint64_t zero_bytes(std::uint64_t word) {
+  return (word - kEachByte) & ~word & (kEachByte << 7U);
+}
+
 // Where the byte stands first; npos without it. For long texts, which a C library may search
 // byte by byte.
 [[nodiscard]] std::size_t find_byte(std::string_view bytes, char byte);

@@ -16,7 +16,6 @@
 #include <utility>
 
 #include "base/descriptor.h"
-#include "base/large_memory.h"
 #include "base/text.h"
 #include "base/trace.h"
 #include "bridge/trust.h"
@@ -143,7 +142,6 @@ Reply no_reply(int error) {
 
 std::unique_ptr<char[]> moved(const char* bytes, std::size_t size, std::size_t capacity) {
   std::unique_ptr<char[]> larger(new char[capacity]);
-  large_memory::prepare(larger.get(), capacity);
   std::copy(bytes, bytes + size, larger.get());
   return larger;
 }
