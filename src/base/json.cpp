@@ -59,7 +59,7 @@ class Builder {
     return true;
   }
   bool on_int64(std::int64_t number, Part part, Error&) {
-    const bool minus_zero = number == 0 && whole_number(part).starts_with('-');
+    const bool minus_zero = whole_number(part).starts_with('-') && number == 0;
     return minus_zero ? add_number(Kind::real, -0.0) : add_number(Kind::integer, number);
   }
   bool on_uint64(std::uint64_t number, Part part, Error&) {

@@ -145,7 +145,7 @@ TEST(JSON, ReadsInPlaceWhateverHasArrived) {
   const std::string run(5000, 'x');  // longer than what the parser hands over at once
   const std::string text = R"(["\t)" + run + R"(","plain","a\n)" + run +
                            R"(é😀",{"\"k":"\\","l":"m"},-0,12.75,)" +
-                           R"(-1234567,18446744073709551615,true,null,"",[]])";
+                           R"(-1234567,0,-89,0.25,18446744073709551615,true,null,"",[]])";
   for (const std::size_t step : {1U, 2U, 3U, 7U, 1000U, 5010U, 20'000U}) {
     std::string source = text + "  ";
     json::Reader reader;
