@@ -206,19 +206,15 @@ class Printer {
     if (shapes_.size() <= depth) shapes_.resize(depth + 1);
     Shape& shape = shapes_[depth];
     const std::size_t base = values_.size();  // values_ serves all levels, like a stack
-    bool same = shape.sorted != keeps_order_;
+    keys_.clear();
     const auto add = [&](std::string_view key, Value value) {
-      const std::size_t i = values_.size() - base;
+      keys_.push_back(key);
       values_.push_back(value);
-      if (same && i < shape.keys.size() && shape.keys[i] == key) return;
-      same = false;
-      shape.keys.resize(i);
-      shape.keys.push_back(key);
     };
     for (const auto& member : object.members()) add(member.key, member.value);
     if (depth == 0 && added_) add(added_->key, added_->value);
-    if (!same || shape.keys.size() != values_.size() - base) {
-      shape.keys.resize(values_.size() - base);
+    if (shape.sorted == keeps_order_ || shape.keys != keys_) {
+      shape.keys.swap(keys_);
       arrange(shape, depth + 1);
     }
 
@@ -278,8 +274,9 @@ class Printer {
   }
 
   Pieces out_;
-  std::deque<Shape> shapes_;   // of each depth
-  std::vector<Value> values_;  // of the objects under way
+  std::deque<Shape> shapes_;            // of each depth
+  std::vector<std::string_view> keys_;  // of the object that begins
+  std::vector<Value> values_;           // of the objects under way
   bool multiline_;
   bool keeps_order_ = false;  // inside the member that was added
   std::optional<AddedMember> added_;
