@@ -19,28 +19,39 @@ namespace qv::json {
 
 namespace {
 
-// Whether the byte may need an escape inside a JSON string.
-constexpr auto kSpecial = [] {
-  std::array<bool, 256> special{};
-  for (std::size_t byte = 0; byte < 0x20; ++byte) special[byte] = true;
-  special['"'] = special['\\'] = special['/'] = true;
-  return special;
-}();
+// Whether the byte needs an escape inside a JSON string.
+template <Slashes kSlashes>
+bool is_special(char byte) {
+  return static_cast<unsigned char>(byte) < 0x20 || byte == '"' || byte == '\\' ||
+         (byte == '/' && kSlashes == Slashes::escaped);
+}
 
-// The first position from `i` on where a special byte stands, eight bytes at a time.
-std::size_t plain_run(std::string_view text, std::size_t i) {
+// Whether one of eight bytes does.
+template <Slashes kSlashes>
+bool any_special(const char* bytes) {
   using text::kEachByte;
-  using text::zero_bytes;
-  for (; i + 8 <= text.size(); i += 8) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, text.data() + i, sizeof word);
-    const std::uint64_t below_blank = (word - kEachByte * 0x20) & ~word & (kEachByte << 7U);
-    if ((below_blank | zero_bytes(word ^ kEachByte * '"') | zero_bytes(word ^ kEachByte * '\\') |
-         zero_bytes(word ^ kEachByte * '/')) != 0) {
-      break;
-    }
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  // With this bit turned, the controls and the quotation mark are the bytes below 0x21.
+  const std::uint64_t turned = word ^ kEachByte * 0x02;
+  const std::uint64_t below = (turned - kEachByte * 0x21) & ~turned & (kEachByte << 7U);
+  const std::uint64_t slash =
+      kSlashes == Slashes::escaped ? text::zero_bytes(word ^ kEachByte * '/') : 0;
+  return (below | text::zero_bytes(word ^ kEachByte * '\\') | slash) != 0;
+}
+
+// The first position from `i` on where a special byte stands.
+template <Slashes kSlashes>
+std::size_t plain_run(std::string_view text, std::size_t i) {
+  constexpr std::size_t kStep = 8;
+  for (; i + kStep <= text.size(); i += kStep) {
+    if (any_special<kSlashes>(text.data() + i)) break;
   }
-  while (i < text.size() && !kSpecial[static_cast<unsigned char>(text[i])]) ++i;
+  const std::size_t left = text.size() - i;
+  if (left < kStep && text.size() >= kStep &&
+      !any_special<kSlashes>(text.data() + text.size() - kStep))
+    return text.size();
+  while (i < text.size() && !is_special<kSlashes>(text[i])) ++i;
   return i;
 }
 
@@ -62,16 +73,13 @@ void put_escape(Out& out, unsigned char byte) {
   out += kHex[byte & 0xFU];
 }
 
-template <class Out>
-void put_text(Out& out, std::string_view text, Slashes slashes) {
+template <Slashes kSlashes, class Out>
+void put_text(Out& out, std::string_view text) {
   out += '"';
   std::size_t plain = 0;  // start of the run that needs no escape
-  for (std::size_t i = plain_run(text, 0); i < text.size(); i = plain_run(text, i)) {
-    const auto byte = static_cast<unsigned char>(text[i++]);
-    if (byte == '/' && slashes == Slashes::plain) continue;
-    out += text.substr(plain, i - 1 - plain);
-    put_escape(out, byte);
-    plain = i;
+  for (std::size_t i; (i = plain_run<kSlashes>(text, plain)) < text.size(); plain = i + 1) {
+    out += text.substr(plain, i - plain);
+    put_escape(out, static_cast<unsigned char>(text[i]));
   }
   out += text.substr(plain);
   out += '"';
@@ -130,18 +138,25 @@ class Pieces {
 
   // Copies of a known length are instructions, not calls.
   static void copy(char* to, std::string_view piece) {
-    constexpr std::size_t kWord = 8;
-    constexpr std::size_t kShort = 64;
-    const char* const from = piece.data();
+    constexpr std::size_t kLong = 128;
     const std::size_t size = piece.size();
-    if (size > kShort) {
-      std::memcpy(to, from, size);
-    } else if (size >= kWord) {
-      for (std::size_t i = 0; i + kWord < size; i += kWord) std::memcpy(to + i, from + i, kWord);
-      std::memcpy(to + size - kWord, from + size - kWord, kWord);
+    if (size > kLong) {
+      std::memcpy(to, piece.data(), size);
+    } else if (size >= 16) {
+      copy_by<16>(to, piece);
+    } else if (size >= 8) {
+      copy_by<8>(to, piece);
     } else {
-      for (std::size_t i = 0; i < size; ++i) to[i] = from[i];
+      for (std::size_t i = 0; i < size; ++i) to[i] = piece[i];
     }
+  }
+
+  // The last step begins where it ends with the piece.
+  template <std::size_t kStep>
+  static void copy_by(char* to, std::string_view piece) {
+    const std::size_t last = piece.size() - kStep;
+    for (std::size_t i = 0; i < last; i += kStep) std::memcpy(to + i, piece.data() + i, kStep);
+    std::memcpy(to + last, piece.data() + last, kStep);
   }
 
   const Take* take_;
@@ -181,7 +196,7 @@ class Printer {
       case Kind::integer: append_digits(value.integer()); break;
       case Kind::unsigned_integer: append_digits(value.unsigned_integer()); break;
       case Kind::real: append_digits(value.real()); break;
-      case Kind::text: put_text(out_, value.text(), Slashes::plain); break;
+      case Kind::text: put_text<Slashes::plain>(out_, value.text()); break;
       case Kind::array: append_array(value, depth); break;
       case Kind::object: append_object(value, depth); break;
     }
@@ -213,7 +228,7 @@ class Printer {
     };
     for (const auto& member : object.members()) add(member.key, member.value);
     if (depth == 0 && added_) add(added_->key, added_->value);
-    if (shape.sorted == keeps_order_ || shape.keys != keys_) {
+    if (shape.sorted == keeps_order_ || !std::ranges::equal(shape.keys, keys_, text::same)) {
       shape.keys.swap(keys_);
       arrange(shape, depth + 1);
     }
@@ -248,7 +263,7 @@ class Printer {
     shape.text.clear();
     for (auto& line : shape.lines) {
       start_line(shape.text, !shape.text.empty(), depth);
-      put_text(shape.text, line.key, Slashes::plain);
+      put_text<Slashes::plain>(shape.text, line.key);
       shape.text += multiline_ ? ": " : ":";
       line.end = shape.text.size();
     }
@@ -295,7 +310,11 @@ std::string pretty(Value value, const std::optional<AddedMember>& added, const T
 std::string compact(Value value) { return Printer(value, false, std::nullopt, nullptr).rest(); }
 
 void append_text(std::string& out, std::string_view text, Slashes slashes) {
-  put_text(out, text, slashes);
+  if (slashes == Slashes::plain) {
+    put_text<Slashes::plain>(out, text);
+  } else {
+    put_text<Slashes::escaped>(out, text);
+  }
 }
 
 void append_number(std::string& out, std::int64_t number) { out += Digits(number).view(); }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,6 +16,29 @@ namespace qv::text {
 inline constexpr std::uint64_t kEachByte = 0x0101010101010101;
 [[nodiscard]] constexpr std::uint64_t zero_bytes(std::uint64_t word) {
   return (word - kEachByte) & ~word & (kEachByte << 7U);
+}
+
+// Whether both texts are equal. For short ones, where a call costs more than to compare.
+[[nodiscard]] inline bool same(std::string_view a, std::string_view b) {
+  constexpr std::size_t kStep = 8;
+  const auto differ = [&](std::size_t at) {
+    std::uint64_t bytes[2];
+    std::memcpy(&bytes[0], a.data() + at, kStep);
+    std::memcpy(&bytes[1], b.data() + at, kStep);
+    return bytes[0] != bytes[1];
+  };
+  if (a.size() != b.size()) return false;
+  if (a.size() >= kStep) {
+    const std::size_t last = a.size() - kStep;
+    for (std::size_t i = 0; i < last; i += kStep) {
+      if (differ(i)) return false;
+    }
+    return !differ(last);
+  }
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (a[i] != b[i]) return false;
+  }
+  return true;
 }
 
 // Where the byte stands first; npos without it. For long texts, which a C library may search

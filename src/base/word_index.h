@@ -4,8 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
+
+#include "base/text.h"
 
 namespace qv {
 
@@ -31,7 +32,7 @@ class WordIndex {
   [[nodiscard]] std::size_t find(std::string_view word) const {
     if (word.size() > kLongest) return kNone;
     for (std::size_t at = first_[word.size()]; at < first_[word.size() + 1]; ++at) {
-      if (same(words_[order_[at]], word)) return order_[at];
+      if (text::same(words_[order_[at]], word)) return order_[at];
     }
     return kNone;
   }
@@ -39,24 +40,6 @@ class WordIndex {
  private:
   static constexpr std::size_t kLongest = 63;
   static_assert(N < 256);
-
-  // Whether two words of one length are equal. A call would cost more than to compare them.
-  static bool same(std::string_view a, std::string_view b) {
-    constexpr std::size_t kStep = 8;
-    const auto step = [](std::string_view text, std::size_t at) {
-      std::uint64_t bytes = 0;
-      std::memcpy(&bytes, text.data() + at, kStep);
-      return bytes;
-    };
-    std::size_t i = 0;
-    for (; i + kStep <= a.size(); i += kStep) {
-      if (step(a, i) != step(b, i)) return false;
-    }
-    for (; i < a.size(); ++i) {
-      if (a[i] != b[i]) return false;
-    }
-    return true;
-  }
 
   std::array<std::string_view, N> words_;
   std::array<std::uint8_t, N> order_{};             // by length

@@ -134,9 +134,14 @@ TEST(JSON, EscapesWhereverASpecialByteStands) {
       std::string out;
       json::append_text(out, text);
       EXPECT_EQ(out, "\"" + before + std::string(escaped) + "/tail\"");
-      const auto back = json::parse(out);
-      ASSERT_TRUE(back);
-      EXPECT_EQ(back->root().text(), text);
+      std::string sent;
+      json::append_text(sent, text, json::Slashes::escaped);
+      EXPECT_TRUE(sent.ends_with("\\/tail\"")) << sent;
+      for (const std::string& printed : {out, sent}) {
+        const auto back = json::parse(printed);
+        ASSERT_TRUE(back);
+        EXPECT_EQ(back->root().text(), text);
+      }
     }
   }
 }
