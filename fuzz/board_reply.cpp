@@ -17,6 +17,9 @@ using namespace board;
 constexpr std::string_view kMethods[] = {"register",  "list_agents", "list_tasks",      "read_task",
                                          "read_plan", "heartbeat",   "wait_for_changes"};
 
+// Who reads: fingerprints that no other text becomes by losing its line breaks.
+constexpr std::string_view kReaders[] = {"", "f1", "KQ3"};
+
 void check_page(std::string_view body, const Page& page) {
   const auto lines = lines_of(body);
   const Cut shown = cut(lines, page, {"lines", "offset", "limit"});
@@ -73,7 +76,7 @@ void try_input(std::string_view bytes) {
   promise(printed && record::to_text(*printed) == record::to_text(response), "JSON says the same",
           text);
 
-  const std::string reader = choices.text();
+  const std::string_view reader = kReaders[choices.below(std::size(kReaders))];
   const View view{.method = kMethods[choices.below(std::size(kMethods))],
                   .reader = reader,
                   .include_all = choices.coin(),
