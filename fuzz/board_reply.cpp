@@ -26,8 +26,8 @@ void check_page(std::string_view body, const Page& page) {
   const std::int64_t first = page.offset.value_or(1);
   std::vector<std::string_view> wanted;
   for (std::int64_t number = 1; const auto line : lines) {
-    const bool inside = number >= first && (!page.limit || number - first < *page.limit);
-    if (first >= 1 && inside) wanted.push_back(line);
+    const bool reached = first >= 1 && number >= first;
+    if (reached && (!page.limit || number - first < *page.limit)) wanted.push_back(line);
     ++number;
   }
   promise_same(text::joined(shown.lines, "\n"), text::joined(wanted, "\n"), "a page has its lines");

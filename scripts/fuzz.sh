@@ -44,6 +44,18 @@ figure() {
   sed -n "s/^stat::$1: *//p" $work/log
 }
 
+# keep_small FUZZER: what its corpus in the tree has room for, the smallest inputs first.
+keep_small() {
+  local room=200000 input
+  rm -rf fuzz/corpus/"$1"
+  mkdir fuzz/corpus/"$1"
+  for input in $(ls -rS $work/small/"$1"); do
+    room=$((room - $(wc -c <$work/small/"$1"/"$input")))
+    [[ $room -ge 0 ]] || return 0
+    cp $work/small/"$1"/"$input" fuzz/corpus/"$1"/
+  done
+}
+
 failed=0
 row='%-14s %12s %10s %8s %9s  %s\n'
 printf "$row" fuzzer executions 'a second' corpus bytes ''
@@ -58,10 +70,9 @@ for fuzzer in "${fuzzers[@]}"; do
   rate=$(figure average_exec_per_sec)
 
   run "$program" -set_cover_merge=1 $work/small/"$fuzzer" "${folders[@]}" || true
-  rm -rf fuzz/corpus/"$fuzzer"
-  cp -R $work/small/"$fuzzer" fuzz/corpus/
-  run build/fuzz-asan/fuzz_"$fuzzer" -runs=0 fuzz/corpus/"$fuzzer" ||
+  run build/fuzz-asan/fuzz_"$fuzzer" -runs=0 $work/small/"$fuzzer" ||
     verdict="$verdict a finding under the sanitizers"
+  keep_small "$fuzzer"
   files=(fuzz/corpus/"$fuzzer"/*)
   printf "$row" "$fuzzer" "$executions" "$rate" ${#files[@]} \
     "$(cat "${files[@]}" | wc -c | tr -d ' ')" "$verdict"
