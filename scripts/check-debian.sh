@@ -133,7 +133,7 @@ try_package() {
   run_in "$copy" builder sh -c 'zcat /usr/share/man/man1/qv.1.gz | grep "^.Dt QV 1" && test -e /usr/libexec/qv/shims/cargo'
   run_in "$copy" root apt-get purge --yes --auto-remove qv
   (cd "$copy" && find usr etc opt | sort) | diff "$copy/before" -
-  basename "$package"
+  basename "$file"
 }
 
 # Made under another name first, so that one that was interrupted is not taken for whole.
