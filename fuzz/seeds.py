@@ -4,7 +4,7 @@ import pathlib
 import shlex
 import sys
 
-TAKEN_BY = {"board> {": ("board_reply", "follow", "json"), "notes> {": ("notes_reply", "json")}
+TAKEN_BY = {"board> {": ("board_reply", "follow"), "notes> {": ("notes_reply",)}
 
 seeds = {}
 for scenario in sorted((pathlib.Path(__file__).parent / "../tests/scenarios").glob("*.scenario")):

@@ -3,7 +3,7 @@
 # is judged. Linux alone.
 #
 #   scripts/faults.sh          some of all that there is, for two minutes; the seed is said
-#   scripts/faults.sh --all    everything, and with the program that is shipped
+#   scripts/faults.sh --all    everything, as far as it can be with the program that is shipped
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

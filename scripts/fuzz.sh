@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Has the fuzzers look for inputs that break a promise, for so many seconds in all, beginning
-# with what the scenarios and fuzz/corpus hold. What they learn goes into fuzz/corpus, made as
-# small as it can be, and all of it runs once more under the sanitizers.
+# with what the scenarios, fuzz/corpus and build/fuzz/corpus hold. What they learn stays in the
+# latter; the inputs that it takes to reach as much run once more under the sanitizers, and the
+# smallest of them, 200 kB for each fuzzer, become fuzz/corpus.
 #
 #   scripts/fuzz.sh SECONDS                 every fuzzer in turn
 #   scripts/fuzz.sh SECONDS board_reply     some of them
@@ -40,6 +41,12 @@ run() {
     -max_len=1024 >$work/log 2>&1
 }
 
+found() {
+  failed=1
+  verdict="$verdict $*"
+  cat $work/log >>$work/findings/"$fuzzer".log
+}
+
 figure() {
   sed -n "s/^stat::$1: *//p" $work/log
 }
@@ -65,20 +72,20 @@ for fuzzer in "${fuzzers[@]}"; do
   folders=($work/{corpus,seeds}/"$fuzzer" fuzz/corpus/"$fuzzer")
   verdict=
   # Which input to try next is not thought about for long: that would take most of the time.
-  run "$program" -entropic=0 -max_total_time=$((seconds / ${#fuzzers[@]} + 1)) "${folders[@]}" || verdict='a finding: '$(tail -n 30 $work/log | sed -n 's/.*Test unit written to //p')
+  run "$program" -entropic=0 -max_total_time=$((seconds / ${#fuzzers[@]} + 1)) "${folders[@]}" ||
+    found "a finding: $(tail -n 30 $work/log | sed -n 's/.*Test unit written to //p')"
   executions=$(figure number_of_executed_units)
   rate=$(figure average_exec_per_sec)
 
-  run "$program" -set_cover_merge=1 $work/small/"$fuzzer" "${folders[@]}" || true
-  run build/fuzz-asan/fuzz_"$fuzzer" -runs=0 $work/small/"$fuzzer" ||
-    verdict="$verdict a finding under the sanitizers"
-  keep_small "$fuzzer"
+  if run "$program" -set_cover_merge=1 $work/small/"$fuzzer" "${folders[@]}"; then
+    run build/fuzz-asan/fuzz_"$fuzzer" -runs=0 $work/small/"$fuzzer" ||
+      found "a finding under the sanitizers"
+    keep_small "$fuzzer"
+  else
+    found "what was learnt could not be put together"
+  fi
   files=(fuzz/corpus/"$fuzzer"/*)
   printf "$row" "$fuzzer" "$executions" "$rate" ${#files[@]} \
     "$(cat "${files[@]}" | wc -c | tr -d ' ')" "$verdict"
-  if [[ -n $verdict ]]; then
-    failed=1
-    cp $work/log $work/findings/"$fuzzer".log
-  fi
 done
 exit $failed

@@ -61,7 +61,6 @@ set_up_debian() {
   want_package libmd-dev
   want_package libgtest-dev
   if $bench; then
-    want_package libbenchmark-dev
     want_command hyperfine hyperfine
     want_command jq jq
     want_command curl curl
@@ -159,7 +158,7 @@ set_up_macos() {
 
   local wanted=(cmake ninja pkgconf boost utf8proc googletest)
   if $bench; then
-    wanted+=(google-benchmark hyperfine jq)
+    wanted+=(hyperfine jq)
   fi
   if $checks; then
     wanted+=(clang-format)

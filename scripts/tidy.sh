@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Looks at the program with clang-tidy, for what .clang-tidy chooses; anything found fails.
 #
-#   scripts/tidy.sh             everything, about a quarter of an hour on two cores
+#   scripts/tidy.sh             src and sandbox, about a quarter of an hour on two cores
 #   scripts/tidy.sh PATTERN...  the files whose path matches one of the patterns
 set -euo pipefail
 

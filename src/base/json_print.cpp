@@ -183,7 +183,7 @@ class Printer {
       std::size_t member;  // its place among the members as they came
       std::size_t end;     // of its text in `text`
     };
-    bool sorted = false;
+    bool keeps_order = true;
     std::vector<std::string_view> keys;  // as they came
     std::vector<Line> lines;             // as they are printed
     std::string text;                    // of one line after the other: its comma, indent and key
@@ -228,7 +228,7 @@ class Printer {
     };
     for (const auto& member : object.members()) add(member.key, member.value);
     if (depth == 0 && added_) add(added_->key, added_->value);
-    if (shape.sorted == keeps_order_ || !std::ranges::equal(shape.keys, keys_, text::same)) {
+    if (shape.keeps_order != keeps_order_ || !std::ranges::equal(shape.keys, keys_, text::same)) {
       shape.keys.swap(keys_);
       arrange(shape, depth + 1);
     }
@@ -238,7 +238,8 @@ class Printer {
     for (const auto& line : shape.lines) {
       out_ += std::string_view(shape.text).substr(start, line.end - start);
       start = line.end;
-      const bool outer = std::exchange(keeps_order_, keeps_order_ || line.member == object.size());
+      const bool was_added = line.member == object.size();
+      const bool outer = std::exchange(keeps_order_, keeps_order_ || was_added);
       append(values_[base + line.member], depth + 1);
       keeps_order_ = outer;
     }
@@ -248,11 +249,11 @@ class Printer {
 
   // Works out the lines of an object from its keys; of equal ones the last one stands.
   void arrange(Shape& shape, std::size_t depth) {
-    shape.sorted = !keeps_order_;
+    shape.keeps_order = keeps_order_;
     shape.lines.clear();
     for (const std::string_view key : shape.keys)
       shape.lines.push_back({key, shape.lines.size(), 0});
-    if (shape.sorted) {
+    if (!shape.keeps_order) {
       std::sort(shape.lines.begin(), shape.lines.end(), [](const auto& a, const auto& b) {
         return std::tie(a.key, a.member) < std::tie(b.key, b.member);
       });

@@ -92,12 +92,11 @@ std::size_t break_length(std::string_view text, std::size_t position) {
 // U+000E, or C2 or E2, which differ in the bit 0x20 alone; each step looks at all eight at once,
 // and of the marks it leaves the lowest is exact.
 std::size_t plain_bytes(const char* eight) {
-  constexpr std::uint64_t kEach = 0x0101010101010101;
   std::uint64_t word = 0;
   std::memcpy(&word, eight, sizeof word);
-  const std::uint64_t lead = (word | kEach * 0x20) ^ kEach * 0xE2;
+  const std::uint64_t lead = (word | kEachByte * 0x20) ^ kEachByte * 0xE2;
   const std::uint64_t marks =
-      (((word - kEach * 0x0E) & ~word) | ((lead - kEach) & ~lead)) & kEach * 0x80;
+      (((word - kEachByte * 0x0E) & ~word) | ((lead - kEachByte) & ~lead)) & kEachByte * 0x80;
   if (marks == 0) return sizeof word;
   const bool lowest_is_first = std::endian::native == std::endian::little;
   return lowest_is_first ? static_cast<std::size_t>(std::countr_zero(marks)) / 8 : 0;

@@ -1,7 +1,8 @@
 // Hundreds of builds may wait, and each reads the ledger again and again. A lease file is
 // only ever replaced whole, so one whose inode, size and time are unchanged is not read and
-// decoded again. Files and their processes are looked at before the lock is taken; under it
-// only what changed meanwhile is read. A death seen late can delay a start, never allow one.
+// decoded again. Where there are many, files and their processes are looked at before the lock is
+// taken, and under it only what changed meanwhile is read. A death seen late can delay a start,
+// never allow one.
 //
 // Nothing is concluded from a shortage: what cannot be read now may be read later.
 

@@ -46,7 +46,7 @@ class LeaseFiles {
   // `directory` is valid and outlives this object.
   explicit LeaseFiles(const files::Directory& directory) : directory_(&directory) {}
 
-  // Learns what the next reading would have to find out.
+  // Learns what the next reading would have to find out, where there is much of it.
   void look_ahead(LiveProcesses& processes, double now);
   // All files that are named like leases. `now` is in waking seconds.
   [[nodiscard]] std::vector<Found> read(LiveProcesses& processes, double now);

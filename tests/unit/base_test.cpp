@@ -90,11 +90,10 @@ TEST(JSON, OfEqualKeysTheLastStandsAndAnAddedMemberReplaces) {
       json::parse(R"({"longer than eight b":1,"longer than eight a":2,"a":1,"a":3})");
   const auto added = json::parse(R"({"z":[],"y":{"d":1,"c":2}})");
   EXPECT_EQ(json::compact(*value), R"({"a":3,"longer than eight a":2,"longer than eight b":1})");
-  const auto object = json::parse(R"({"buckets":0,"kind":"k"})");
+  const auto object = json::parse(R"({"buckets":0,"a":{"z":0,"y":0}})");
   EXPECT_EQ(json::pretty(*object, json::AddedMember{"buckets", *added}),
-            "{\n  \"buckets\": {\n    \"z\": [],\n    \"y\": {\n      \"d\": 1,\n      \"c\": 2\n  "
-            "  }\n  },"
-            "\n  \"kind\": \"k\"\n}");
+            "{\n  \"a\": {\n    \"y\": 0,\n    \"z\": 0\n  },\n  \"buckets\": {\n    \"z\": [],\n"
+            "    \"y\": {\n      \"d\": 1,\n      \"c\": 2\n    }\n  }\n}");
 }
 
 TEST(JSON, TellsObjectsOfOneDepthApart) {
