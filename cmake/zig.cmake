@@ -23,7 +23,7 @@ else()
   set(QV_STATIC OFF CACHE BOOL "")
 endif()
 
-# Here each file has to include what it needs, and nothing but the sources decides on the bytes.
+# It precompiles no headers. So here each file has to include what it needs.
 set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
 
 # Whatever is linked, be it to try a flag, gets libraries of its own, which take minutes to make.

@@ -3,8 +3,8 @@
 #
 #   scripts/check-release.sh          on Linux: makes the archives twice, from two clones in two
 #                                     folders, and compares them; runs the programs for this
-#                                     machine, also on a bare Debian and where there is nothing
-#                                     but their archive, and those for the other processor emulated
+#                                     machine on a bare Debian and where there is nothing but
+#                                     their archive, and those for the other processor emulated
 #   scripts/check-release.sh --here   only runs the programs for this machine, be it a Mac, out
 #                                     of the archive that lies in dist
 set -euo pipefail
@@ -33,8 +33,7 @@ main() {
   scripts/setup.sh --release
   scripts/release.sh
   make_again
-  run_tests "$(unpacked "$here")/bin/qv"
-  scripts/check-debian.sh --archive dist/qv-*-"$here".tar.gz bookworm
+  run_bare
   run_alone
   run_emulated
 }
@@ -68,6 +67,14 @@ run_scenarios() {
     echo "check-release: $(basename "$scenario")"
     python3 tests/scenarios/run.py "$1" "$scenario"
   done
+}
+
+# On a bare Debian or, where none can be made, here.
+run_bare() {
+  local said
+  said=$(scripts/check-debian.sh --archive dist/qv-*-"$here".tar.gz bookworm)
+  echo "$said"
+  [[ $said == *passed* ]] || run_tests "$(unpacked "$here")/bin/qv"
 }
 
 # The archive's folder becomes the root, so there is no file that is not from it: no shell, no

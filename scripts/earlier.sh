@@ -8,5 +8,5 @@ source=build/earlier/source
 rm -rf "$source"
 mkdir -p "$source"
 git archive "$commit" | tar -x -C "$source"
-cmake -S "$source" -B build/earlier -DCMAKE_BUILD_TYPE=Release -DQV_TESTS=OFF >/dev/null
+cmake -S "$source" -B build/earlier -DCMAKE_BUILD_TYPE=Debug -DQV_TESTS=OFF >/dev/null
 cmake --build build/earlier --target qv
