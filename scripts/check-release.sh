@@ -5,6 +5,8 @@
 #                                     folders, and compares them; runs the programs for this
 #                                     machine on a bare Debian and where there is nothing but
 #                                     their archive, and those for the other processor emulated
+#   scripts/check-release.sh --again linux-arm64
+#                                     the same, but makes the archive for this system alone twice
 #   scripts/check-release.sh --here   only runs the programs for this machine, be it a Mac, out
 #                                     of the archive that lies in dist
 set -euo pipefail
@@ -22,28 +24,31 @@ main() {
   scratch=$(mktemp -d /tmp/qv-release.XXXXXX)
   trap 'rm -rf "$scratch"' EXIT
 
+  local again=()
   case ${1:-} in
     '') ;;
+    --again) again=("${2:?for which system?}") ;;
     --here)
       run_tests "$(unpacked "$here")/bin/qv"
       return
       ;;
-    *) fail "check-release.sh knows --here, not '$1'." ;;
+    *) fail "check-release.sh knows --again and --here, not '$1'." ;;
   esac
   scripts/setup.sh --release
   scripts/release.sh
-  make_again
+  make_again ${again[@]+"${again[@]}"}
   run_bare
   run_alone
   run_emulated
 }
 
+# make_again [SYSTEM]
 make_again() {
   git clone --quiet --depth 1 "file://$project" "$scratch/clone"
-  "$scratch/clone/scripts/release.sh" >/dev/null
-  cmp dist/SHA256SUMS "$scratch/clone/dist/SHA256SUMS" ||
+  "$scratch/clone/scripts/release.sh" "$@" >/dev/null
+  (cd dist && sha256sum --check --strict "$scratch/clone/dist/SHA256SUMS") ||
     fail "Another clone makes other archives."
-  echo "check-release: another clone makes the same archives."
+  echo "check-release: another clone makes the same."
 }
 
 # unpacked SYSTEM: unpacks the system's archive, and prints the folder it makes.

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Makes the archives that a release consists of, for all systems on one Linux machine, of the
-# commit that is checked out:
+# commit that is checked out; release.sh linux-arm64 ... makes these alone:
 #
 #   dist/qv-VERSION-linux-x86_64.tar.gz   static programs, for any Linux
 #   dist/qv-VERSION-linux-arm64.tar.gz
@@ -35,9 +35,9 @@ main() {
   mkdir -p "$sources" "$dist"
   fetch_sources
   make_pages
-  make_archive linux-x86_64 x86_64-linux-musl
-  make_archive linux-arm64 aarch64-linux-musl
-  make_archive macos-arm64 aarch64-macos.13.3
+  [[ $# -gt 0 ]] || set -- linux-x86_64 linux-arm64 macos-arm64
+  local system
+  for system in "$@"; do make_archive "$system"; done
   (cd "$dist" && sha256sum ./*.tar.gz | sed 's, \./, ,' >SHA256SUMS && cat SHA256SUMS)
 }
 
@@ -63,9 +63,14 @@ make_pages() {
   cmake --build "$work/native" --target pages
 }
 
-# make_archive SYSTEM TARGET: the target is the compiler's name for the system.
 make_archive() {
-  local system=$1 target=$2
+  local system=$1 target  # the compiler's name for it
+  case $system in
+    linux-x86_64) target=x86_64-linux-musl ;;
+    linux-arm64) target=aarch64-linux-musl ;;
+    macos-arm64) target=aarch64-macos.13.3 ;;
+    *) fail "There is no archive for '$system'." ;;
+  esac
   local root=$work/$system/root build=$work/$system/build name=qv-$version-$1
   local tree=$work/$system/$name
   local flags=("-ffile-prefix-map=$project=." "-ffile-prefix-map=$compiler=zig")
