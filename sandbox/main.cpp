@@ -177,6 +177,7 @@ int open_pane(const Instance& instance, const std::vector<std::string>& command)
   }
   complain("pane " + *reply.message + " of the practice app.");
   enter_pane(instance, *reply.notice);
+  ::signal(SIGHUP, SIG_DFL);  // it hangs up with the app, also for somebody who ignores that
   return become(command);
 }
 

@@ -14,6 +14,7 @@ GIVE_UP_AFTER = 120  # seconds; only ever reached by a fault
 
 # A second pane, a look out for a line of the roster, and what makes of a session's command one whose lines are all worth telling.
 PEER = """
+trap '' HUP  # as under nohup
 qv-sandbox pane -- sleep 120 2>/dev/null &
 peer() { QUORVEL_SESSION_ID=pane-2 qv "$@"; }
 awaits() { until qv board agents | grep -q "$1"; do sleep 0.05; done; }
