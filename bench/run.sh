@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Measures the program as this machine builds it, or the one that is given, against its peers, prints
-# every table, and writes the figures down in docs/performance.md: bench/run.sh [QV].
-# Takes half an hour on two cores, in which nothing else should run.
+# Measures the program as this machine builds it, or the one that is given, against its peers,
+# prints every table, and writes the figures down in docs/performance.md: bench/run.sh [QV].
+# Takes a quarter to half an hour on two cores, in which nothing else should run.
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

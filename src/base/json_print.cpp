@@ -4,7 +4,6 @@
 // call for a copy, costs more than such a piece.
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstring>
 #include <deque>
@@ -30,8 +29,7 @@ bool is_special(char byte) {
 template <Slashes kSlashes>
 bool any_special(const char* bytes) {
   using text::kEachByte;
-  std::uint64_t word = 0;
-  std::memcpy(&word, bytes, sizeof word);
+  const std::uint64_t word = text::word_at(bytes);
   // With this bit turned, the controls and the quotation mark are the bytes below 0x21.
   const std::uint64_t turned = word ^ kEachByte * 0x02;
   const std::uint64_t below = (turned - kEachByte * 0x21) & ~turned & (kEachByte << 7U);

@@ -92,8 +92,7 @@ std::size_t break_length(std::string_view text, std::size_t position) {
 // U+000E, or C2 or E2, which differ in the bit 0x20 alone; each step looks at all eight at once,
 // and of the marks it leaves the lowest is exact.
 std::size_t plain_bytes(const char* eight) {
-  std::uint64_t word = 0;
-  std::memcpy(&word, eight, sizeof word);
+  const std::uint64_t word = word_at(eight);
   const std::uint64_t lead = (word | kEachByte * 0x20) ^ kEachByte * 0xE2;
   const std::uint64_t marks =
       (((word - kEachByte * 0x0E) & ~word) | ((lead - kEachByte) & ~lead)) & kEachByte * 0x80;

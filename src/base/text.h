@@ -14,6 +14,11 @@ namespace qv::text {
 // Eight bytes at a time, as one word: a word of such bytes is a byte times this, and what
 // zero_bytes gives is zero when none of the eight is.
 inline constexpr std::uint64_t kEachByte = 0x0101010101010101;
+[[nodiscard]] inline std::uint64_t word_at(const char* eight) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, eight, sizeof word);
+  return word;
+}
 [[nodiscard]] constexpr std::uint64_t zero_bytes(std::uint64_t word) {
   return (word - kEachByte) & ~word & (kEachByte << 7U);
 }
@@ -22,10 +27,7 @@ inline constexpr std::uint64_t kEachByte = 0x0101010101010101;
 [[nodiscard]] inline bool same(std::string_view a, std::string_view b) {
   constexpr std::size_t kStep = 8;
   const auto differ = [&](std::size_t at) {
-    std::uint64_t bytes[2];
-    std::memcpy(&bytes[0], a.data() + at, kStep);
-    std::memcpy(&bytes[1], b.data() + at, kStep);
-    return bytes[0] != bytes[1];
+    return word_at(a.data() + at) != word_at(b.data() + at);
   };
   if (a.size() != b.size()) return false;
   if (a.size() >= kStep) {
