@@ -23,9 +23,10 @@ compare() {
   hyperfine --shell=none --warmup 5 --runs 60 --export-json "$work/times.json" \
     "$qv note read big $2" "curl -s --unix-socket $QUORVEL_MCP_SOCKET http://bridge/" \
     >/dev/null 2>&1
-  local ratio
-  ratio=$(jq '[.results[].min] as [$a, $b] | $a / $b * 100 | round / 100' "$work/times.json")
-  row "qv note read $2, 16 MiB, $1" 'curl --unix-socket' "$ratio" "$3"
+  local times
+  read -r -a times < <(jq -r '[.results[].min] | @tsv' "$work/times.json")
+  row "qv note read $2, 16 MiB, $1" 'curl --unix-socket' \
+    "$(awk "BEGIN { printf \"%.2f\", ${times[0]} / ${times[1]} }")" "$3"
 }
 
 export QUORVEL_SESSION_ID=PANE-1 QUORVEL_COLLAB_SOCKET=$work/none

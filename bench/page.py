@@ -13,7 +13,8 @@ PAGE = """# Performance
 
 How long qv takes, and how much memory, against doing the same by other means. Where no unit is
 given, the figure is qv's time, or memory, in times of its peer's: below 1, qv is the quicker.
-The two were measured by turns in one run. "At most" is what a change has to keep to.
+The two were measured in one run, most of them by turns. "At most" is what a change has to keep
+to; a figure in bold did not keep to it on this machine.
 
 ![The times as bars](performance.svg)
 
@@ -26,7 +27,7 @@ The machine: {machine}.
 
 To repeat it, on a machine with nothing else to do:
 
-    bench/run.sh
+    bench/run.sh PROGRAM   # that of a release; without one it measures what it compiles
 """
 
 STYLE = """
@@ -80,6 +81,15 @@ def is_ratio(figure):
     return re.fullmatch(r"[\d.]+", figure) is not None
 
 
+def cells_of(row):
+    """Markdown, with the figure in bold if it is beyond its bound."""
+    what, against, figure, at_most = (cell.replace("|", "\\|") for cell in row)
+    reached, bound = (re.search(r"[\d.]+", cell) for cell in (figure, at_most))
+    if bound and float(reached.group()) > float(bound.group()):
+        figure = f"**{figure}**"
+    return f"| {what} | {against} | {figure} | {at_most} |"
+
+
 def chart(rows):
     """A bar for each ratio of times, as long as the ratio, with a dashed line where the peer
     stands and a stroke where the bar has to end."""
@@ -109,9 +119,8 @@ def chart(rows):
 def main():
     rows = [line.rstrip("\n").split("\t") for line in sys.stdin]
     docs = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "docs")
-    cells = [[cell.replace("|", "\\|") for cell in row] for row in rows]
-    page = PAGE.format(rows="\n".join(f"| {' | '.join(row)} |" for row in cells),
-                       program=program(sys.argv[1]), machine=machine())
+    page = PAGE.format(rows="\n".join(map(cells_of, rows)), program=program(sys.argv[1]),
+                       machine=machine())
     for name, text in (("performance.md", page), ("performance.svg", chart(rows))):
         with open(os.path.join(docs, name), "w", encoding="utf-8") as file:
             file.write(text)

@@ -8,6 +8,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 scripts/setup.sh --bench
 cmake --preset bench >/dev/null
 cmake --build --preset bench
+sync  # what was compiled is not to be written while something is measured
 export QV BENCH_ROWS=$PWD/build/bench/rows.tsv
 QV=$(realpath "${1:-build/bench/qv}")
 : >"$BENCH_ROWS"
