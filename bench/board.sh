@@ -49,7 +49,7 @@ compare() {
   read -ra mine <<<"${2#qv }"
   eval "peer=($4)"
   read -r -a times < <("$bin/bench_versus" "$1" : "$qv" "${mine[@]}" : "${peer[@]}")
-  row "$2${6:-}" "$3" "$(awk "BEGIN { printf \"%.3f\", ${times[0]} / ${times[1]} }")" "$5"
+  row "$2${6:-}" "$3" "$(calc "${times[0]} / ${times[1]}" 3)" "$5"
 }
 
 # memory REPLY COMMAND AT-MOST NAME: the most memory it holds with that reply.

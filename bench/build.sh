@@ -19,7 +19,6 @@ mkdir "$scratch/shims"
 ln -s "$qv" "$scratch/shims/cargo"
 cp "$bin/bench_spray" "$scratch/go"
 
-calc() { awk "BEGIN { printf \"%.${2:-2}f\", $1 }"; }
 heading
 
 cd "$scratch/plain"

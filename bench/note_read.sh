@@ -25,8 +25,7 @@ compare() {
     >/dev/null 2>&1
   local times
   read -r -a times < <(jq -r '[.results[].min] | @tsv' "$work/times.json")
-  row "qv note read $2, 16 MiB, $1" 'curl --unix-socket' \
-    "$(awk "BEGIN { printf \"%.2f\", ${times[0]} / ${times[1]} }")" "$3"
+  row "qv note read $2, 16 MiB, $1" 'curl --unix-socket' "$(calc "${times[0]} / ${times[1]}")" "$3"
 }
 
 export QUORVEL_SESSION_ID=PANE-1 QUORVEL_COLLAB_SOCKET=$work/none

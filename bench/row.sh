@@ -1,6 +1,9 @@
-# What the measuring scripts share: `qv`, the program that is measured, and `row`.
+# What the measuring scripts share: `qv`, the program that is measured, `calc` and `row`.
 bin=${here%/*}/build/bench
 qv=${QV:-$bin/qv}
+
+# calc EXPRESSION [DIGITS]: its value, with so many digits behind the point, or two.
+calc() { awk "BEGIN { printf \"%.${2:-2}f\", $1 }"; }
 
 # row WHAT AGAINST FIGURE AT_MOST: a line of the table on the screen and, when BENCH_ROWS
 # names a file, of the page that run.sh makes.
